@@ -1,0 +1,16 @@
+#pragma once
+
+/// KORVEL_API marks what the library exports. KORVEL_STATIC (which the CMake target passes on by
+/// itself) says that the library is linked statically; KORVEL_BUILDING is set only while the
+/// library itself is compiled.
+#if defined(KORVEL_STATIC)
+#define KORVEL_API
+#elif defined(_WIN32)
+#if defined(KORVEL_BUILDING)
+#define KORVEL_API __declspec(dllexport)
+#else
+#define KORVEL_API __declspec(dllimport)
+#endif
+#else
+#define KORVEL_API __attribute__((visibility("default")))
+#endif

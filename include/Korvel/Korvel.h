@@ -1,0 +1,15 @@
+#pragma once
+
+/// Everything that Korvel offers, in one include.
+
+#include <Korvel/ConsoleSink.h>
+#include <Korvel/Extender.h>
+#include <Korvel/FileSink.h>
+#include <Korvel/Filter.h>
+#include <Korvel/Functions.h>
+#include <Korvel/Logger.h>
+#include <Korvel/Message.h>
+#include <Korvel/Sink.h>
+#include <Korvel/SinkHandler.h>
+#include <Korvel/WrongKeyException.h>
+#include <Korvel/WrongTypeException.h>

@@ -1,0 +1,248 @@
+#pragma once
+
+#include <Korvel/Export.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Korvel {
+
+namespace Detail {
+
+template <class T>
+inline constexpr bool isCharacter =
+    std::is_same_v<T, char> || std::is_same_v<T, wchar_t> || std::is_same_v<T, char16_t> ||
+#ifdef __cpp_char8_t
+    std::is_same_v<T, char8_t> ||
+#endif
+    std::is_same_v<T, char32_t>;
+
+template <class T>
+inline constexpr bool isWholeNumber = std::is_integral_v<T> && !std::is_same_v<T, bool> &&
+                                      !isCharacter<T> && sizeof(T) <= sizeof(std::int64_t);
+
+template <class T>
+inline constexpr bool isText =
+    std::is_convertible_v<T*, const char*> || std::is_convertible_v<T*, const wchar_t*>;
+
+template <class T>
+std::int64_t toInteger(T value) {
+    if constexpr (std::is_unsigned_v<T> && sizeof(T) == sizeof(std::int64_t)) {
+        if (value > static_cast<T>((std::numeric_limits<std::int64_t>::max)())) {
+            throw std::range_error("integer above the signed 64-bit range");
+        }
+    }
+    return static_cast<std::int64_t>(value);
+}
+
+}  // namespace Detail
+
+/// A value shaped like a JSON document: nothing (`Null`), a text (`String`), a truth value
+/// (`Boolean`), a number (`Double`, `Integer`), a list (`Vector`) or a map from text to values
+/// (`Map`). Log entries are made of it.
+///
+/// A Message owns its whole tree and shares nothing. Copies are deep, and so is construction from a
+/// temporary; only move assignment transfers. Depth is bounded by memory alone: no operation
+/// recurses with it, so a deep tree is safe on a thread with a small stack.
+///
+/// Text. Narrow text is UTF-8, wide text is UTF-16 with one code unit in each `wchar_t`, on every
+/// platform. Values and keys are kept wide; a narrow argument is converted on its way in (see
+/// strToWstr). Where `wchar_t` is wider than 16 bits, an element from 0x10000 to 0x10FFFF, such as
+/// the literal `L"\U0001F600"` holds there, is split into its surrogate pair on its way in, so the
+/// narrow and the wide form of one text are the same text and the same key. Any other element above
+/// 0xFFFF is kept as it is and makes conversion and rendering fail.
+///
+/// Keys of a Map are unique and stand in ascending order of their code units, read as unsigned
+/// numbers. That is the order of `std::wstring`, not of code points: U+1F600 (0xD83D 0xDE00) stands
+/// before U+E000.
+///
+/// Every operation that takes a key has a narrow and a wide form. The narrow form converts the key
+/// first, so a key that cannot be converted fails before the type is looked at.
+///
+/// Errors: WrongTypeException where the type does not fit, and nothing has changed then;
+/// `std::range_error` "bad conversion" for text that cannot be converted; `std::bad_alloc`.
+///
+/// Threads: a Message has no lock and no shared state. Different objects may be used on different
+/// threads; one object must not be changed while another thread reads it.
+class KORVEL_API Message {
+public:
+    /// A Null.
+    Message() noexcept;
+
+    Message(bool value) noexcept;
+    Message(std::int64_t value) noexcept;
+    /// A Double: the float widened, so 0.1f reads back as 0.10000000149011612.
+    Message(float value) noexcept;
+    Message(double value) noexcept;
+
+    /// Every other standard integer type gives an Integer too, `signed char` and `unsigned char`
+    /// included. An unsigned value above 9223372036854775807 has no Integer: it throws
+    /// `std::range_error` instead of becoming another number.
+    template <class T, std::enable_if_t<Detail::isWholeNumber<T>, int> = 0>
+    Message(T value) : Message(Detail::toInteger(value)) {}
+
+    /// A character is neither a text nor a number: pass a string, or convert it to an integer.
+    template <class T, std::enable_if_t<Detail::isCharacter<T>, int> = 0>
+    Message(T value) = delete;
+    /// A pointer must not turn into a truth value.
+    template <class T, std::enable_if_t<!Detail::isText<T>, int> = 0>
+    Message(T* pointer) = delete;
+    template <class T, class Owner>
+    Message(T Owner::*pointer) = delete;
+    Message(std::nullptr_t) = delete;
+
+    /// A String of the text up to its first NUL. `text` must not be null.
+    Message(const char* text);
+    Message(const wchar_t* text);
+    /// A String of the text up to its first NUL: what stands behind an embedded NUL is dropped.
+    Message(std::string text);
+    /// A String of the whole text, embedded NULs included.
+    Message(std::wstring text);
+
+    /// A Map, also of an empty argument. Of two entries that have the same key after conversion,
+    /// the later one stands.
+    Message(std::map<std::string, Message> entries);
+    Message(std::map<std::wstring, Message> entries);
+    Message(std::initializer_list<std::pair<std::string, Message>> entries);
+    Message(std::initializer_list<std::pair<std::wstring, Message>> entries);
+
+    /// A Vector that takes over the storage of `elements`.
+    Message(std::vector<Message> elements);
+
+    Message(const Message& source);
+    /// A deep copy like the one from an lvalue: `source` stays as it is.
+    Message(const Message&& source);
+
+    /// A deep copy. `source` may be this Message or a value inside it.
+    Message& operator=(const Message& source);
+    /// Takes over the value. A String, Vector or Map leaves `source` Null; a Boolean, Double or
+    /// Integer stays in `source` as well. `source` may be this Message or a value inside it.
+    Message& operator=(Message&& source) noexcept;
+
+    ~Message();
+
+    bool isNull() const noexcept;
+    bool isString() const noexcept;
+    bool isBoolean() const noexcept;
+    bool isDouble() const noexcept;
+    bool isInteger() const noexcept;
+    bool isVector() const noexcept;
+    bool isMap() const noexcept;
+
+    /// The getters convert nothing: getDouble of an Integer throws WrongTypeException.
+    bool getBoolean() const;
+    double getDouble() const;
+    std::int64_t getInteger() const;
+    std::wstring getWstring() const;
+    /// The text as UTF-8, converted anew on every call.
+    std::string getString() const;
+    /// The containers, valid as long as this Message holds them.
+    const std::map<std::wstring, Message>& getMap() const;
+    const std::vector<Message>& getVector() const;
+
+    /// The value at `key` of a Map, inserted as Null if it is absent; a Null becomes an empty Map
+    /// first. Throws WrongTypeException on any other type. The reference stays good as long as the
+    /// Map lives.
+    Message& operator[](const std::string& key);
+    Message& operator[](const std::wstring& key);
+
+    /// The element at `position` of a Vector. The position is not checked: it must be below size().
+    /// The reference ends with the next push_back.
+    Message& operator[](std::size_t position);
+    const Message& operator[](std::size_t position) const;
+
+    /// The value at `key` of a Map. Inserts nothing: an absent key throws `std::out_of_range`
+    /// "invalid map<K, T> key".
+    Message& at(std::string key);
+    const Message& at(std::string key) const;
+    Message& at(std::wstring key);
+    const Message& at(std::wstring key) const;
+
+    /// Whether a Map holds `key`. Throws WrongTypeException on any other type, also on a Null.
+    bool hasKey(const std::string& key) const;
+    bool hasKey(const std::wstring& key) const;
+
+    /// The number of elements or entries; 0 for a Null and 1 for any scalar. Never throws.
+    std::size_t size();
+
+    /// Appends a deep copy to a Vector; the argument stays as it is and may be this Message or a
+    /// value inside it. A Null does not become a Vector: it throws like every other type.
+    void push_back(const Message& element);
+    void push_back(Message&& element);
+
+    /// The value as JSON text (RFC 8259) in UTF-8, byte for byte as docs/json.md tells.
+    ///
+    /// `pretty` false gives one line without white space; true gives line feeds and steps of two
+    /// spaces. `indent` stands before a scalar, and before every line of a Vector or Map but its
+    /// first. Doubles have six significant digits and the decimal mark of the global C++ locale;
+    /// an infinity or a NaN gives the bare text of the platform's streams, which is not JSON.
+    ///
+    /// Throws `std::range_error` "bad conversion" for a text or key that is not UTF-16. A high
+    /// surrogate at the very end of a text is not refused: it leaves one stray byte (0xF0 to 0xF4).
+    std::string toJson(bool pretty, std::string indent) const;
+
+    /// UTF-8 to UTF-16. By length: an embedded NUL passes through, and so does a byte order mark.
+    ///
+    /// It is lenient: it reads overlong forms, encoded surrogates, and forms of five and six bytes
+    /// up to U+10FFFF. A text that lacks only the last byte of a character above U+FFFF ends in the
+    /// high surrogate. Anything else that is not UTF-8 throws `std::range_error` "bad conversion".
+    static std::wstring strToWstr(const std::string& text);
+
+    /// UTF-16 to UTF-8. A lone low surrogate gets the three bytes of its own value, and a high
+    /// surrogate at the end of the text the first byte of its pair. A high surrogate before
+    /// anything but a low one throws `std::range_error` "bad conversion". Where `wchar_t` is wider
+    /// than 16 bits, an element from 0x10000 to 0x10FFFF gives its four bytes and one outside
+    /// 0 to 0x10FFFF throws.
+    static std::string wstrToStr(const std::wstring& text);
+
+private:
+    friend class Logger;
+    friend class Extender;
+    friend class JsonWriter;
+
+    enum class Type : std::uint32_t { Null, String, Boolean, Double, Integer, Vector, Map };
+
+    struct Node;
+    struct VectorNode;
+    struct MapNode;
+    struct Teardown;
+
+    union Slot {
+        std::wstring* string;
+        bool boolean;
+        double real;
+        std::int64_t integer;
+        VectorNode* vector;
+        MapNode* map;
+    };
+
+    struct TakeOver {};
+    using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
+
+    /// The one construction that transfers; for the library's own hand-over of an entry.
+    Message(TakeOver, Message& source) noexcept;
+
+    bool isContainer() const noexcept;
+    void requireType(Type wanted) const;
+    void becomeMap();
+    void adopt(Message& source) noexcept;
+    void copyFrom(const Message& source);
+    void copyValue(const Message& source);
+    void copyChildren(const Message& source, OpenCopies& open);
+    Message& element(std::wstring key);
+    const Message& existing(const std::wstring& key) const;
+    void reset() noexcept;
+
+    Type type_ = Type::Null;
+    Slot slot_ = {};
+};
+
+}  // namespace Korvel

@@ -1,0 +1,121 @@
+#pragma once
+
+#include <Korvel/Export.h>
+#include <Korvel/Logger.h>
+#include <Korvel/Sink.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Korvel {
+
+/// The Logger at the end of every chain: it queues entries and delivers them to its sinks on one
+/// worker thread of its own, so a thread that logs never waits for a destination.
+///
+/// An entry is a Map: the keys of a Map payload (or "messageData" with a payload that is neither a
+/// Map nor Null), and "message" with the type name, which overwrites a payload's own "message".
+///
+/// Entries reach every sink in queue order, once each. Sinks are served in install order, and one
+/// entry has been offered to all of them before the next is offered to any. The set of sinks is
+/// looked at when an entry is delivered, not when it is logged. The queue has no limit: nothing is
+/// dropped on overflow, and log never waits for room. Entries accepted while no worker runs wait
+/// for startProcessing.
+///
+/// Stopping: stopProcessing, and so the destructor, refuses further entries, delivers what is
+/// queued, flushes the sinks and joins the worker. Destroy a handler before the end of `main` and
+/// never on its own worker thread.
+///
+/// What is not promised. The queue is memory: what has not been delivered when the process dies is
+/// lost. A handler that is destroyed without a worker drops what it still holds. A sink that throws
+/// ends the worker: the entry at hand and the rest of the batch taken with it are lost, nothing is
+/// reported, log goes on returning true, and entries pile up until a new startProcessing (or
+/// stopProcessing and startProcessing) delivers them.
+///
+/// Errors: log and flush throw `std::logic_error` when a sink calls them on the worker thread.
+///
+/// Threads: log, flush, installSink and removeSink from any thread. startProcessing, stopProcessing
+/// and the destructor belong to the owner, who calls them one at a time.
+///
+/// Ownership: the handler shares its sinks and releases them, first to last, when it is destroyed.
+class KORVEL_API SinkHandler : public Logger {
+public:
+    /// A handler that is already processing.
+    SinkHandler();
+    /// With false the handler holds all entries back until startProcessing, so that every sink can
+    /// be in place before the first delivery.
+    explicit SinkHandler(bool startThread);
+    ~SinkHandler() override;
+
+    using Logger::log;
+
+    /// Queues one entry. False, on any thread and without an exception, while the handler is
+    /// stopped. On the worker thread: `std::logic_error` "Calling log() from inside the logger
+    /// thread is forbidden".
+    bool log(const std::wstring& type, Message message) override;
+
+    /// Returns after everything accepted before the call has been delivered and all sinks have been
+    /// flushed. Without a worker it returns at once and does nothing, and it also returns, without
+    /// an error, when the worker ends meanwhile. Concurrent calls share one pass over the sinks: a
+    /// call that arrives during a pass returns at the end of that pass, which can be before entries
+    /// that its caller has just logged are delivered.
+    ///
+    /// On the worker thread: `std::logic_error` "Calling flush() from inside the logger thread is
+    /// forbidden". The same comes out of removeSink and stopProcessing there.
+    void flush() override;
+
+    /// Adds `sink` behind the others. False for a null pointer and for a sink that is already
+    /// installed. Waits at most for the delivery of one entry.
+    bool installSink(std::shared_ptr<Sink> sink);
+
+    /// Flushes the handler, then takes `sink` out; so with a worker the sink still receives what
+    /// was accepted before. False for a null pointer (without the flush) and for a sink that is not
+    /// installed.
+    bool removeSink(const std::shared_ptr<Sink>& sink);
+
+    /// Starts the worker; no effect while one runs. A worker that a throwing sink has ended is
+    /// replaced. If the system refuses a thread the call returns normally and the handler is
+    /// stopped: log returns false.
+    void startProcessing();
+
+    /// Drains the queue, flushes the sinks and ends the worker. Without a worker the queue keeps
+    /// its entries for a later startProcessing.
+    void stopProcessing();
+
+private:
+    bool onWorkerThread() const noexcept;
+    void collectWorker();
+    void wakeWorker();
+    void answerFlush() noexcept;
+    void processQueue() noexcept;
+    void deliver(std::deque<Message>& batch);
+    void flushSinks();
+    std::unique_lock<std::mutex> lockSinks();
+
+    /// Taken before sinksMutex_ and released once that is held: it makes the two fair, so that the
+    /// worker's next entry cannot overtake a waiting installSink or removeSink.
+    std::mutex sinksTurn_;
+    std::mutex sinksMutex_;
+    std::vector<std::shared_ptr<Sink>> sinks_;
+
+    std::mutex queueMutex_;
+    std::condition_variable queueSignal_;
+    std::deque<Message> queue_;
+
+    std::thread workerThread_;
+    /// The id of workerThread_, set before the first delivery; the empty id without a thread.
+    std::atomic<std::thread::id> workerId_ = std::thread::id();
+    std::atomic<bool> running_ = false;
+    /// The lowest bit: a flush is requested. Above it: how often requests have been answered, so
+    /// that a waiting flush sees its answer even if the next request follows at once.
+    std::atomic<std::uint32_t> flushState_ = 0;
+    std::atomic<bool> accepting_ = true;
+};
+
+}  // namespace Korvel

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <Korvel/Export.h>
+
+#include <exception>
+
+namespace Korvel {
+
+/// Thrown when an Extender is built with a key that it must not set: an empty one, or "message",
+/// which in every entry holds the type name.
+class KORVEL_API WrongKeyException : public std::exception {
+public:
+    WrongKeyException() noexcept = default;
+    WrongKeyException(const WrongKeyException&) noexcept = default;
+    WrongKeyException& operator=(const WrongKeyException&) noexcept = default;
+    ~WrongKeyException() override;
+
+    /// Always "Extender key must not be empty or 'message'".
+    const char* what() const noexcept override;
+};
+
+}  // namespace Korvel

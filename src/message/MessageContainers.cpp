@@ -1,0 +1,115 @@
+// What a Message offers as a list and as a map.
+
+#include "message/MessageNodes.h"
+#include "message/Utf.h"
+
+#include <stdexcept>
+
+namespace Korvel {
+
+const std::map<std::wstring, Message>& Message::getMap() const {
+    requireType(Type::Map);
+    return slot_.map->entries;
+}
+
+const std::vector<Message>& Message::getVector() const {
+    requireType(Type::Vector);
+    return slot_.vector->elements;
+}
+
+Message& Message::operator[](const std::string& key) {
+    return element(Utf::decode(key));
+}
+
+Message& Message::operator[](const std::wstring& key) {
+    return element(Utf::splitSupplementary(key));
+}
+
+/// The value at a key that is already in its final form.
+Message& Message::element(std::wstring key) {
+    if (isNull()) becomeMap();
+    requireType(Type::Map);
+    return slot_.map->entries.try_emplace(std::move(key)).first->second;
+}
+
+void Message::becomeMap() {
+    slot_.map = new MapNode();
+    type_ = Type::Map;
+}
+
+Message& Message::operator[](std::size_t position) {
+    requireType(Type::Vector);
+    return slot_.vector->elements[position];
+}
+
+const Message& Message::operator[](std::size_t position) const {
+    requireType(Type::Vector);
+    return slot_.vector->elements[position];
+}
+
+Message& Message::at(std::string key) {
+    return const_cast<Message&>(existing(Utf::decode(key)));
+}
+
+const Message& Message::at(std::string key) const {
+    return existing(Utf::decode(key));
+}
+
+Message& Message::at(std::wstring key) {
+    return const_cast<Message&>(existing(Utf::splitSupplementary(std::move(key))));
+}
+
+const Message& Message::at(std::wstring key) const {
+    return existing(Utf::splitSupplementary(std::move(key)));
+}
+
+const Message& Message::existing(const std::wstring& key) const {
+    const auto& entries = getMap();
+    const auto entry = entries.find(key);
+    if (entry == entries.end()) throw std::out_of_range("invalid map<K, T> key");
+    return entry->second;
+}
+
+bool Message::hasKey(const std::string& key) const {
+    return hasKey(Utf::decode(key));
+}
+
+bool Message::hasKey(const std::wstring& key) const {
+    const auto& entries = getMap();
+    if (!Utf::hasSupplementaryElement(key)) return entries.count(key) > 0;
+    return entries.count(Utf::splitSupplementary(key)) > 0;
+}
+
+std::size_t Message::size() {
+    switch (type_) {
+    case Type::Null:
+        return 0;
+    case Type::Vector:
+        return slot_.vector->elements.size();
+    case Type::Map:
+        return slot_.map->entries.size();
+    default:
+        return 1;
+    }
+}
+
+void Message::push_back(const Message& element) {
+    requireType(Type::Vector);
+    // The copy comes first: the element may be this Message or stand in the storage that grows.
+    Message copy(element);
+    auto& elements = slot_.vector->elements;
+    if (elements.size() == elements.capacity()) {
+        // The vector itself would copy every tree that it holds.
+        std::vector<Message> larger;
+        larger.reserve(elements.size() + elements.size() / 2 + 4);
+        for (Message& kept : elements) larger.emplace_back() = std::move(kept);
+        elements.swap(larger);
+    }
+    elements.emplace_back() = std::move(copy);
+}
+
+void Message::push_back(Message&& element) {
+    push_back(element);
+}
+
+}  // namespace Korvel

@@ -1,0 +1,7 @@
+#include <Korvel/Sink.h>
+
+namespace Korvel {
+
+Sink::~Sink() = default;
+
+}  // namespace Korvel

@@ -1,0 +1,11 @@
+#include <Korvel/WrongKeyException.h>
+
+namespace Korvel {
+
+WrongKeyException::~WrongKeyException() = default;
+
+const char* WrongKeyException::what() const noexcept {
+    return "Extender key must not be empty or 'message'";
+}
+
+}  // namespace Korvel
