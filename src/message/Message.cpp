@@ -20,7 +20,9 @@ std::wstring wideKey(std::wstring key) {
 template <class Entries>
 std::map<std::wstring, Message> copyEntries(const Entries& source) {
     std::map<std::wstring, Message> entries;
-    for (const auto& [key, value] : source) { entries[wideKey(key)] = value; }
+    for (const auto& [key, value] : source) {
+        entries[wideKey(key)] = value;
+    }
     return entries;
 }
 
@@ -28,7 +30,9 @@ std::map<std::wstring, Message> copyEntries(const Entries& source) {
 template <class Key>
 std::map<std::wstring, Message> moveEntries(std::map<Key, Message>& source) {
     std::map<std::wstring, Message> entries;
-    for (auto& [key, value] : source) { entries[wideKey(key)] = std::move(value); }
+    for (auto& [key, value] : source) {
+        entries[wideKey(key)] = std::move(value);
+    }
     return entries;
 }
 

@@ -76,8 +76,8 @@ bool Message::hasKey(const std::string& key) const {
 
 bool Message::hasKey(const std::wstring& key) const {
     const auto& entries = getMap();
-    if (!Utf::hasSupplementaryElement(key)) return entries.count(key) > 0;
-    return entries.count(Utf::splitSupplementary(key)) > 0;
+    if (!Utf::hasSupplementaryElement(key)) return entries.contains(key);
+    return entries.contains(Utf::splitSupplementary(key));
 }
 
 std::size_t Message::size() {

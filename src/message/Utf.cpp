@@ -81,7 +81,9 @@ std::size_t decodeSequence(std::wstring& units, const std::string& text, std::si
                            unsigned length) {
     const std::size_t last = position + length - 1;
     std::uint32_t value = leadBits(byteAt(text, position), length);
-    while (++position < last) { value = (value << 6) | readContinuation(text, position); }
+    while (++position < last) {
+        value = (value << 6) | readContinuation(text, position);
+    }
     // The value but for its lowest six bits is known here, and with it the high surrogate. A text
     // that ends at this point ends in that surrogate.
     if (value > (LAST_CODE_POINT >> 6)) fail();
@@ -145,7 +147,9 @@ std::string encode(const std::wstring& text) {
     std::string bytes;
     bytes.reserve(text.size());
     std::size_t position = 0;
-    while (position < text.size()) { position = appendCharacter(bytes, text, position); }
+    while (position < text.size()) {
+        position = appendCharacter(bytes, text, position);
+    }
     return bytes;
 }
 

@@ -117,7 +117,7 @@ void SinkHandler::collectWorker() {
 /// Signals a change of a flag. Passing through the queue's lock puts the signal behind a worker
 /// that has looked at the flag and is about to sleep; without it such a signal would be lost.
 void SinkHandler::wakeWorker() {
-    { const std::lock_guard<std::mutex> guard(queueMutex_); }
+    std::unique_lock<std::mutex>(queueMutex_).unlock();
     queueSignal_.notify_all();
 }
 

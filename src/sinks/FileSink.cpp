@@ -28,7 +28,9 @@ std::shared_ptr<FileSink> FileSink::create(const std::filesystem::path& path, bo
                                            bool pretty, std::uint64_t sizeLimit) noexcept {
     try {
         return std::make_shared<FileSink>(path, truncate, pretty, sizeLimit);
-    } catch (...) { return nullptr; }
+    } catch (...) {
+        return nullptr;
+    }
 }
 
 void FileSink::flush() {

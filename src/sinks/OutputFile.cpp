@@ -68,7 +68,9 @@ std::string lineEndsOnDisk(std::string text) {
 
 std::int64_t writeSome(int descriptor, const char* bytes, std::size_t size) {
     std::int64_t written = 0;
-    do { written = write(descriptor, bytes, size); } while (written < 0 && errno == EINTR);
+    do {
+        written = write(descriptor, bytes, size);
+    } while (written < 0 && errno == EINTR);
     return written;
 }
 
