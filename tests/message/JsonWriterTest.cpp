@@ -1,0 +1,80 @@
+#include "support/Test.h"
+
+#include <nlohmann/json.hpp>
+
+#include <bit>
+#include <locale>
+
+using List = std::vector<Message>;
+
+TEST(JsonWriter, WorkedExamplesComeOutByteForByte) {
+    const Message empty(std::map<std::string, Message>{});
+    const Message map({{"a", 1},
+                       {"b", List{true, Message()}},
+                       {"c", {{"d", "x"}}},
+                       {"e", 1.5},
+                       {"f", empty},
+                       {"g", List()}});
+    const Message list(List{List{1, 2}, Message({{"k", List()}}), 3});
+    const Message inner({{"a", List{1}}});
+    const std::tuple<Message, bool, const char*, const char*> examples[] = {
+        {map, false, "", R"({"a":1,"b":[true,null],"c":{"d":"x"},"e":1.5,"f":{},"g":[]})"},
+        {map, true, "",
+         "{\n  \"a\": 1,\n  \"b\": [\n    true,\n    null\n  ],\n  \"c\": {\n    \"d\": \"x\"\n  "
+         "},\n"
+         "  \"e\": 1.5,\n  \"f\": {\n  },\n  \"g\": [\n  ]\n}"},
+        {list, false, "", R"([[1,2],{"k":[]},3])"},
+        {list, true, "", "[\n  [\n    1,\n    2\n  ],\n  {\n    \"k\": [\n    ]\n  },\n  3\n]"},
+        {inner, true, "--", "{\n--  \"a\": [\n--    1\n--  ]\n--}"},
+        {inner, false, "--", "{--\"a\":[--1--]--}"},
+        {"x", false, "--", "--\"x\""},
+        {empty, true, "--", "{\n--}"}};
+    for (const auto& [value, pretty, indent, text] : examples) {
+        EXPECT_EQ(value.toJson(pretty, indent), text);
+    }
+}
+
+TEST(JsonWriter, NumbersHaveTheTextOfAStream) {
+    const std::pair<Message, const char*> numbers[] = {
+        {-0.0, "-0"},
+        {1.0, "1"},
+        {3.14159265, "3.14159"},
+        {123456.7, "123457"},
+        {1e6, "1e+06"},
+        {1234567.0, "1.23457e+06"},
+        {0.0001, "0.0001"},
+        {0.00001, "1e-05"},
+        {1234567, "1234567"},
+        {std::int64_t{INT64_MIN}, "-9223372036854775808"}};
+    for (const auto& [number, text] : numbers) EXPECT_EQ(number.toJson(false, ""), text);
+    std::mt19937_64 random(20261122);
+    for (int i = 0; i < 100000; ++i) {  // Infinities and NaNs are among them.
+        const std::uint64_t exponent = i % 100 == 0 ? 0x7FF0000000000000 : 0;
+        const auto value = std::bit_cast<double>(random() | exponent);
+        std::ostringstream stream;
+        stream << value;
+        ASSERT_EQ(Message(value).toJson(false, ""), stream.str());
+    }
+}
+
+TEST(JsonWriter, DoublesAloneFollowTheGlobalLocale) {
+    struct Comma : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale before = std::locale::global({std::locale::classic(), new Comma});
+    const std::string text = Message(List{1.5, 1234567}).toJson(false, "");
+    std::locale::global(before);
+    EXPECT_EQ(text, "[1,5,1234567]");
+}
+
+TEST(JsonWriter, TextIsEscapedAndReadsBack) {
+    EXPECT_EQ(Message(L"a\"\\\n\x0001\x00E9/\x007F\x0008\t\f\r\x000B\x001F").toJson(false, ""),
+              "\"a\\\"\\\\\\n\\u0001\xC3\xA9/\x7F\\b\\t\\f\\r\\u000b\\u001f\"");
+    std::wstring units;
+    for (int unit = 0; unit < 0xD800; ++unit) units += static_cast<wchar_t>(unit);
+    const std::string text = Message({{units, 1}}).toJson(false, "");
+    EXPECT_EQ(nlohmann::json::parse(text).at(Message::wstrToStr(units)), 1);
+    EXPECT_THROW((void)Message({{L"k", L"\xD83D\x0041"}}).toJson(false, ""), std::range_error);
+    EXPECT_THROW((void)Message({{L"\xD83D\x0041", 1}}).toJson(false, ""), std::range_error);
+}

@@ -1,0 +1,84 @@
+#include "support/Test.h"
+
+TEST(Message, EveryArgumentSelectsItsType) {
+    using Map = std::map<std::wstring, Message>;
+    const std::pair<Message, const char*> values[] = {
+        {Message(), "null"},
+        {true, "true"},
+        {7, "7"},
+        {2.5F, "2.5"},
+        {-0.25, "-0.25"},
+        {"", "\"\""},
+        {static_cast<unsigned char>(200), "200"},
+        {std::string("a\0b", 3), "\"a\""},
+        {Map(), "{}"},
+        {std::uint64_t{9223372036854775807U}, "9223372036854775807"},
+        {L"wide", "\"wide\""},
+        {std::wstring(L"a\0b", 3), "\"a\\u0000b\""},
+        {{{"k", 1}, {"k", 2}}, R"({"k":2})"},
+        {std::map<std::string, Message>{{"k", 1}}, R"({"k":1})"},
+        {std::vector<Message>{1, "x"}, R"([1,"x"])"}};
+    for (const auto& [value, text] : values) EXPECT_EQ(value.toJson(false, ""), text);
+    EXPECT_EQ(Message(0.1F).getDouble(), 0.10000000149011612);
+    EXPECT_THROW(Message(std::uint64_t{9223372036854775808U}), std::range_error);
+    EXPECT_THROW(Message("\x80"), std::range_error);
+    char buffer[] = "mutable";
+    EXPECT_EQ(Message(buffer).getString(), "mutable");
+    EXPECT_FALSE(
+        (std::is_constructible_v<Message, char> || std::is_constructible_v<Message, int*>));
+    EXPECT_FALSE((std::is_constructible_v<Message, int Message::*>));
+    EXPECT_FALSE((std::is_constructible_v<Message, std::nullptr_t>));
+}
+
+TEST(Message, GettersConvertNothing) {
+    EXPECT_THROW((void)Message(1).getDouble(), WrongTypeException);
+    EXPECT_THROW((void)Message(1.0).getInteger(), WrongTypeException);
+    EXPECT_THROW((void)Message(1).getBoolean(), WrongTypeException);
+    EXPECT_THROW((void)Message().getString(), WrongTypeException);
+    EXPECT_STREQ(WrongTypeException().what(), "You tried to access the wrong type.");
+}
+
+TEST(Message, OnlyMoveAssignmentTransfers) {
+    Message text("t");
+    Message target(std::move(text));
+    EXPECT_TRUE(text.isString());
+    target = {{"old", 1}};
+    target = std::move(text);
+    EXPECT_EQ(target.getString(), "t");
+    EXPECT_TRUE(text.isNull());
+    Message number(5);
+    target = std::move(number);
+    EXPECT_EQ(number.getInteger(), 5);
+}
+
+TEST(Message, CopiesShareNothing) {
+    Message original({{"list", std::vector<Message>{Message({{"k", 1}})}}});
+    Message copy = original;
+    copy["list"][0]["k"] = 2;
+    original["list"].push_back(3);
+    EXPECT_EQ(original.toJson(false, ""), R"({"list":[{"k":1},3]})");
+    EXPECT_EQ(copy.toJson(false, ""), R"({"list":[{"k":2}]})");
+}
+
+TEST(Message, AssignmentFromItselfOrFromWithinIsSound) {
+    Message message({{"child", {{"k", std::vector<Message>{1, 2}}}}});
+    Message& alias = message;
+    message = alias;
+    message = std::move(alias);
+    EXPECT_EQ(message.toJson(false, ""), R"({"child":{"k":[1,2]}})");
+    message = message["child"];
+    EXPECT_EQ(message.toJson(false, ""), R"({"k":[1,2]})");
+    message = std::move(message["k"]);
+    EXPECT_EQ(message.toJson(false, ""), "[1,2]");
+}
+
+TEST(Message, ElementsAbove16BitsAreSplitOnTheWayIn) {
+    const std::wstring element = L"\U0001F600";
+    EXPECT_EQ(Message(element.c_str()).getWstring(), L"\xD83D\xDE00");
+    Message map(std::map<std::wstring, Message>{{element, 1}});
+    map["\xF0\x9F\x98\x80"] = 2;
+    map[L"\xE000"] = 3;
+    EXPECT_TRUE(map.hasKey(element));
+    EXPECT_EQ(map.at(element).getInteger(), 2);
+    EXPECT_EQ(map.toJson(false, ""), "{\"\xF0\x9F\x98\x80\":2,\"\xEE\x80\x80\":3}");
+}

@@ -1,0 +1,116 @@
+#include "support/Test.h"
+
+#include <optional>
+
+// Most inputs end in an exception, which sanitizers make slow: builds with one take a sample.
+#ifdef KORVEL_SANITIZED
+constexpr int THIRD_BYTE_STEP = 21;
+#else
+constexpr int THIRD_BYTE_STEP = 1;
+#endif
+
+/// The decoder once more, slowly and by arithmetic on whole sequences; empty where it fails.
+static std::optional<std::wstring> slowDecode(const std::string& text) {
+    constexpr std::size_t LENGTHS[] = {1, 0, 2, 3, 4, 5, 6, 6, 6};  // By the leading one bits.
+    constexpr unsigned PAYLOADS[] = {0, 128, 32, 16, 8, 4, 4};
+    std::wstring units;
+    for (std::size_t i = 0; i < text.size();) {
+        const unsigned lead = static_cast<unsigned char>(text[i]);
+        unsigned ones = 0;
+        while (ones < 8 && lead / (128U >> ones) % 2 == 1) ++ones;
+        const std::size_t length = LENGTHS[ones];
+        if (length == 0) return {};
+        std::uint64_t value = lead % PAYLOADS[length];
+        std::size_t present = 1;
+        for (; present < length && i + present < text.size(); ++present) {
+            const unsigned byte = static_cast<unsigned char>(text[i + present]);
+            if (byte < 128 || byte > 191) return {};
+            value = value * 64 + byte - 128;
+        }
+        i += present;
+        const bool lacksLast = length > 3 && present == length - 1;
+        if (lacksLast) value *= 64;
+        if (value > 0x10FFFF || (present < length && !(lacksLast && value > 0xFFFF))) return {};
+        if (value > 0xFFFF) units += static_cast<wchar_t>((value - 0x10000) / 1024 + 0xD800);
+        if (lacksLast) break;
+        units += static_cast<wchar_t>(value > 0xFFFF ? value % 1024 + 0xDC00 : value);
+    }
+    return units;
+}
+
+template <class Result, class Text>
+static std::optional<Result> attempt(Result (*convert)(const Text&), const Text& text) {
+    try {
+        return convert(text);
+    } catch (const std::range_error& error) {
+        EXPECT_STREQ(error.what(), "bad conversion");
+        return {};
+    }
+}
+
+static bool decodesLikeTheModel(const std::string& text) {
+    return attempt(Message::strToWstr, text) == slowDecode(text);
+}
+
+TEST(Utf, KnownTextsConvertOrFailAsPromised) {
+    const std::pair<std::string, std::optional<std::wstring>> decoded[] = {
+        {"", L""},
+        {"\xF0\x9F\x98\x80", L"\xD83D\xDE00"},
+        {"\xEF\xBB\xBF", L"\xFEFF"},
+        {"\xF0\x9F\x98", L"\xD83D"},
+        {"\xC0\x80", std::wstring(1, L'\0')},
+        {"\xF0\x9F", {}},
+        {"\x61\xE2\x82", {}},
+        {"\xF4\x90\x80\x80", {}},
+        {"\xF0\x80\x80", {}}};
+    for (const auto& [text, units] : decoded) EXPECT_EQ(attempt(Message::strToWstr, text), units);
+    const std::pair<std::wstring, std::optional<std::string>> encoded[] = {
+        {L"", ""},
+        {std::wstring(1, L'\0'), std::string(1, '\0')},
+        {L"\xDC00", "\xED\xB0\x80"},
+        {L"\xD83D", "\xF0"},
+        {L"\xDBFF", "\xF4"},
+        {L"\xD83D\x41", {}},
+        {L"\xD83D\xD83D", {}},
+        {L"\U0001F600", "\xF0\x9F\x98\x80"}};
+    for (const auto& [units, text] : encoded) EXPECT_EQ(attempt(Message::wstrToStr, units), text);
+}
+
+TEST(Utf, EveryInputOfOneToThreeBytesDecodesLikeTheModel) {
+    int wrong = 0;
+    for (int i = 0; i < 256 * 256; ++i) {
+        const std::string two = {static_cast<char>(i / 256), static_cast<char>(i)};
+        wrong += !decodesLikeTheModel(two) + !decodesLikeTheModel(two.substr(1));
+        for (int third = 0; third < 256; third += THIRD_BYTE_STEP) {
+            wrong += !decodesLikeTheModel(two + static_cast<char>(third));
+        }
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(Utf, LongerInputsDecodeLikeTheModel) {
+    const std::string bytes =
+        "a\x7F\x80\x8F\x90\x9F\xA0\xBF\xC2\xE0\xED\xF0\xF1\xF4\xF8\xFB\xFC\xFF";
+    std::mt19937 random(20261122);
+    for (int i = 0; i < 300000; ++i) {
+        // A long lead, then mostly continuations, so that many inputs are right or nearly so.
+        std::string text(1, static_cast<char>(0xF0 + random() % 16));
+        for (auto rest = 3 + random() % 6; rest > 0; --rest) {
+            text += random() % 3 == 0 ? bytes[random() % bytes.size()]
+                                      : static_cast<char>(0x80 + random() % 0x40);
+        }
+        ASSERT_TRUE(decodesLikeTheModel(text)) << testing::PrintToString(text);
+    }
+}
+
+TEST(Utf, EveryUnitAndEveryPairReadsBack) {
+    std::wstring units;
+    for (int unit = 0xFFFF; unit >= 0; --unit) {
+        if (unit < 0xD800 || unit > 0xDBFF) units += static_cast<wchar_t>(unit);
+    }
+    for (int i = 0; i < 0x100000; ++i) {
+        units += static_cast<wchar_t>(0xD800 + i / 1024);
+        units += static_cast<wchar_t>(0xDC00 + i % 1024);
+    }
+    EXPECT_TRUE(slowDecode(Message::wstrToStr(units)) == units);
+}

@@ -1,0 +1,96 @@
+#include "support/Test.h"
+
+#include <nlohmann/json.hpp>
+
+#ifndef _WIN32
+#include <sys/resource.h>
+#include <csignal>
+#endif
+
+struct FileSinkTest : testing::Test {
+    /// What the file holds after one entry.
+    std::string written(const Message& message, bool pretty, std::uint64_t sizeLimit) {
+        FileSink(file, true, pretty, sizeLimit).append(message);
+        return readFile(file);
+    }
+
+    const TemporaryDirectory directory;
+    const std::filesystem::path file = directory.path / u8"log \u00E9.jsonl";
+    const Message entry = {
+        {"count", 3}, {"message", "DiskCheck"}, {"timestamp", "2026-11-18T21:16:42.123Z"}};
+};
+
+TEST_F(FileSinkTest, WorkedExamplesComeOutByteForByte) {
+    const std::string line =
+        R"({"count":3,"message":"DiskCheck","timestamp":"2026-11-18T21:16:42.123Z"})";
+    EXPECT_EQ(written(entry, false, 72), line + "\n");
+    EXPECT_EQ(written(entry, true, 1048576),
+              "{\n  \"count\": 3,\n  \"message\": \"DiskCheck\",\n  \"timestamp\": "
+              "\"2026-11-18T21:16:42.123Z\"\n}\n");
+    EXPECT_EQ(written(entry, false, 71),
+              R"({"message":"Message to long","messageData":"{\"count\":3,\"message\":)"
+              R"(\"DiskCheck\",\"timestamp\":\"2026-11-18T21:16:42.123Z\"}"})"
+              "\n");
+    EXPECT_EQ(written(Message(), false, 4), "null\n");
+}
+
+TEST_F(FileSinkTest, NoticeHoldsTheFirst500BytesCutToAWholeCharacter) {
+    const std::string ascii(499, 'a');
+    const std::pair<std::wstring, std::string> texts[] = {
+        {std::wstring(600, L'a'), "\"" + ascii},
+        {std::wstring(498, L'a') + L"\u20AC", "\"" + ascii.substr(1)},
+        {std::wstring(497, L'a') + L"\u00E9", "\"" + ascii.substr(2) + "\xC3\xA9"},
+        {std::wstring(496, L'a') + L"\U0001F600", "\"" + ascii.substr(3)},
+        {L"\xD83D", "\"\xEF\xBF\xBD\""}};
+    for (const auto& [text, expected] : texts) {
+        const auto notice = nlohmann::json::parse(written(text, true, 2));
+        EXPECT_EQ(notice.at("message"), "Message to long");
+        EXPECT_EQ(notice.at("messageData"), expected);
+    }
+}
+
+TEST_F(FileSinkTest, OpensForTruncationOrForMore) {
+    FileSink(file, true, false, UINT64_MAX).appendString("one\ntwo");
+    {
+        const auto sink = FileSink::create(file, false, false, 0);
+        EXPECT_EQ(sink->getSize(), std::filesystem::file_size(file));
+        sink->appendString("");
+        sink->appendString("three");
+        EXPECT_EQ(sink->getSize(), std::filesystem::file_size(file));
+        EXPECT_EQ(readFile(file), "one\ntwo\n\nthree\n");
+    }
+    const FileSink emptied(file, true, false, 0);
+    EXPECT_EQ(readFile(file), "");
+}
+
+TEST_F(FileSinkTest, FileThatCannotBeOpenedIsSilent) {
+    for (const auto& path : {directory.path / "missing" / "log", directory.path}) {
+        const auto sink = FileSink::create(path, false, false, UINT64_MAX);
+        ASSERT_NE(sink, nullptr);
+        sink->append(entry);
+        sink->flush();
+        EXPECT_EQ(sink->getSize(), UINT64_MAX);
+        EXPECT_THROW(sink->append(L"\xD83D\x0041"), std::range_error);
+    }
+}
+
+#ifndef _WIN32
+TEST_F(FileSinkTest, NothingIsWrittenAfterAFailedWrite) {
+    rlimit before = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    {
+        FileSink sink(file, true, false, UINT64_MAX);
+        sink.appendString("whole");
+        const rlimit full = {9, before.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
+        sink.appendString("torn line");
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+        EXPECT_EQ(sink.getSize(), UINT64_MAX);
+        sink.appendString("later");
+        sink.flush();
+    }
+    std::signal(SIGXFSZ, previous);
+    EXPECT_EQ(readFile(file), "whole\ntor");
+}
+#endif

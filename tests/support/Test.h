@@ -1,0 +1,65 @@
+#pragma once
+
+#include <Korvel/Korvel.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <latch>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+using namespace Korvel;
+using Entries = std::vector<std::string>;
+
+/// Keeps what it gets, as compact JSON, and counts its flushes. To be read once the handler has
+/// been flushed or stopped.
+struct RecordingSink : Sink {
+    void append(const Message& message) override { entries.push_back(message.toJson(false, "")); }
+    void flush() override { ++flushes; }
+
+    Entries entries;
+    int flushes = 0;
+};
+
+struct LambdaSink : Sink {
+    explicit LambdaSink(
+        std::function<void(const Message&)> append, std::function<void()> flush = [] {})
+        : onAppend(std::move(append)), onFlush(std::move(flush)) {}
+    void append(const Message& message) override { onAppend(message); }
+    void flush() override { onFlush(); }
+
+    const std::function<void(const Message&)> onAppend;
+    const std::function<void()> onFlush;
+};
+
+/// Holds the worker at the first entry until it is released.
+struct HoldingSink : Sink {
+    void append(const Message&) override {
+        if (!entered.try_wait()) entered.count_down();
+        released.wait();
+    }
+    void flush() override {}
+
+    std::latch entered{1};
+    std::latch released{1};
+};
+
+/// A directory of its own for one test, with everything in it removed at the end.
+struct TemporaryDirectory {
+    TemporaryDirectory() { std::filesystem::create_directory(path); }
+    ~TemporaryDirectory() { std::filesystem::remove_all(path); }
+
+    const std::filesystem::path path = std::filesystem::temp_directory_path() /
+                                       ("korvel-" + std::to_string(std::random_device{}()));
+};
+
+/// The file in text mode, so that a line end is one line feed on every platform.
+inline std::string readFile(const std::filesystem::path& path) {
+    std::ifstream stream(path);
+    EXPECT_TRUE(stream) << path;
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
