@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace DiskCheck {
+
+/// What can be found out about one file-system entry.
+struct FileFacts {
+    /// `none` or `not_found` if there is nothing to tell but the problems.
+    std::filesystem::file_type type = std::filesystem::file_type::none;
+    /// Of a regular file only.
+    std::optional<std::uint64_t> size;
+    /// Of anything but a link: the standard library tells only the time of a link's target.
+    std::optional<std::wstring> modified;
+    /// A sentence each.
+    std::vector<std::wstring> problems;
+
+    bool isKnown() const;
+    bool isDirectory() const;
+};
+
+/// Looks at a path without following a link in its last place. Never throws for the file system:
+/// what cannot be read is a problem among the facts.
+FileFacts inspect(const std::filesystem::path& path);
+
+/// "The directory cannot be read: Permission denied".
+std::wstring problemText(const std::wstring& what, const std::error_code& error);
+
+}  // namespace DiskCheck

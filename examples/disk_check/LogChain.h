@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Progress.h"
+
+#include <Korvel/FileSink.h>
+#include <Korvel/Logger.h>
+#include <Korvel/SinkHandler.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+
+namespace DiskCheck {
+
+class DeliveryCount;
+
+/// The logger of this program with everything behind it: all entries go to a file, the ones for
+/// people to standard output as well.
+///
+/// Errors: `std::runtime_error` with a sentence for the user, from the constructor if the file
+/// cannot be written, from close if the log is not whole.
+class LogChain {
+public:
+    /// Truncates disk_check.jsonl in `directory`, which is made if it is missing. `progress` must
+    /// outlive the chain.
+    LogChain(const std::filesystem::path& directory, Progress& progress);
+    ~LogChain();
+
+    /// Every entry gets "timestamp", "thread", and as "number" how many entries its thread has
+    /// logged with it.
+    const std::shared_ptr<Korvel::Logger>& logger() const;
+
+    /// Delivers what is queued and checks that all `entries` logged have reached the sinks, and
+    /// that the sinks could write them.
+    void close(std::uint64_t entries);
+
+private:
+    void requireFile() const;
+
+    const std::filesystem::path path_;
+    std::shared_ptr<Korvel::FileSink> file_;
+    std::shared_ptr<DeliveryCount> delivered_;
+    std::shared_ptr<Korvel::SinkHandler> handler_;
+    std::shared_ptr<Korvel::Logger> logger_;
+};
+
+}  // namespace DiskCheck
