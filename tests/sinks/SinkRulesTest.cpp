@@ -42,4 +42,5 @@ TEST_P(SinkRules, EntriesOfManyThreadsStayWhole) {
     EXPECT_TRUE(readFile(directory.path / "log") == expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(EverySink, SinkRules, testing::Values(makeConsole, makeFiles));
+INSTANTIATE_TEST_SUITE_P(EverySink, SinkRules, testing::Values(makeConsole, makeFiles),
+                         [](const auto& kind) { return kind.index == 0 ? "Console" : "Files"; });
