@@ -60,6 +60,11 @@ public:
     std::uint64_t getSize();
 
 private:
+    friend class LogglySink;
+
+    /// Writes to a file that is already open.
+    FileSink(std::unique_ptr<OutputFile> stream, bool pretty, std::uint64_t sizeLimit);
+
     void writeLine(std::string line);
 
     std::unique_ptr<OutputFile> stream_;

@@ -8,6 +8,7 @@
 #include <Korvel/Filter.h>
 #include <Korvel/Functions.h>
 #include <Korvel/Logger.h>
+#include <Korvel/LogglySink.h>
 #include <Korvel/Message.h>
 #include <Korvel/Sink.h>
 #include <Korvel/SinkHandler.h>

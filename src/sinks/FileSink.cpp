@@ -17,10 +17,12 @@ Message oversizeNotice(const std::string& text) {
 
 FileSink::FileSink(const std::filesystem::path& path, bool truncate, bool pretty,
                    std::uint64_t sizeLimit)
-    : stream_(std::make_unique<OutputFile>(
-          path, truncate ? OutputFile::Mode::Truncate : OutputFile::Mode::Append)),
-      pretty_(pretty),
-      sizeLimit_(sizeLimit) {}
+    : FileSink(std::make_unique<OutputFile>(
+                   path, truncate ? OutputFile::Mode::Truncate : OutputFile::Mode::Append),
+               pretty, sizeLimit) {}
+
+FileSink::FileSink(std::unique_ptr<OutputFile> stream, bool pretty, std::uint64_t sizeLimit)
+    : stream_(std::move(stream)), pretty_(pretty), sizeLimit_(sizeLimit) {}
 
 FileSink::~FileSink() = default;
 

@@ -1,17 +1,20 @@
 #include "sinks/OutputFile.h"
 
 #ifdef _WIN32
+#include <direct.h>
 #include <fcntl.h>
 #include <io.h>
 #include <share.h>
 #include <sys/stat.h>
-#include <algorithm>
-#include <climits>
 #else
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
-#include <cerrno>
 #endif
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
 
 namespace Korvel {
 namespace {
@@ -22,8 +25,9 @@ constexpr int CLOSED = -1;
 
 int openFile(const std::filesystem::path& path, OutputFile::Mode mode) {
     // Binary, because the runtime's own text mode would cut a long line into several writes.
-    const int flags = _O_WRONLY | _O_CREAT | _O_BINARY | _O_NOINHERIT |
-                      (mode == OutputFile::Mode::Truncate ? _O_TRUNC : _O_APPEND);
+    constexpr int FLAGS = _O_WRONLY | _O_CREAT | _O_BINARY | _O_NOINHERIT;
+    constexpr int BY_MODE[] = {_O_TRUNC, _O_APPEND, _O_EXCL};
+    const int flags = FLAGS | BY_MODE[static_cast<int>(mode)];
     return _wsopen(path.c_str(), flags, _SH_DENYNO, _S_IREAD | _S_IWRITE);
 }
 
@@ -49,12 +53,16 @@ std::int64_t seek(int descriptor, int origin) {
     return _lseeki64(descriptor, 0, origin);
 }
 
+int makeDirectory(const std::filesystem::path& directory) {
+    return _wmkdir(directory.c_str());
+}
+
 #else
 
 int openFile(const std::filesystem::path& path, OutputFile::Mode mode) {
     constexpr mode_t READ_AND_WRITE = 0666;  // What the umask leaves of it.
-    const int flags =
-        O_WRONLY | O_CREAT | O_CLOEXEC | (mode == OutputFile::Mode::Truncate ? O_TRUNC : O_APPEND);
+    constexpr int BY_MODE[] = {O_TRUNC, O_APPEND, O_EXCL};
+    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | BY_MODE[static_cast<int>(mode)];
     return open(path.c_str(), flags, READ_AND_WRITE);
 }
 
@@ -78,12 +86,18 @@ std::int64_t seek(int descriptor, int origin) {
     return lseek(descriptor, 0, origin);
 }
 
+int makeDirectory(const std::filesystem::path& directory) {
+    return mkdir(directory.c_str(), S_IRWXU);
+}
+
 #endif
 
 }  // namespace
 
 OutputFile::OutputFile(const std::filesystem::path& path, Mode mode)
-    : descriptor_(openFile(path, mode)), hasFailed_(descriptor_ == CLOSED) {
+    : descriptor_(openFile(path, mode)),
+      hasFailed_(descriptor_ == CLOSED),
+      wasTaken_(hasFailed_ && mode == Mode::CreateNew && errno == EEXIST) {
     if (!hasFailed_ && mode == Mode::Append) seek(descriptor_, SEEK_END);
 }
 
@@ -108,6 +122,17 @@ void OutputFile::write(std::string text) {
 std::uint64_t OutputFile::position() const {
     // A failed seek gives -1, which reads as all ones.
     return static_cast<std::uint64_t>(hasFailed_ ? -1 : seek(descriptor_, SEEK_CUR));
+}
+
+bool OutputFile::wasTaken() const {
+    return wasTaken_;
+}
+
+void createPrivateDirectory(const std::filesystem::path& directory, std::error_code& error) {
+    error.clear();
+    if (makeDirectory(directory) == 0) return;
+    const std::error_code failure(errno, std::generic_category());
+    if (!std::filesystem::is_directory(directory, error)) error = failure;
 }
 
 }  // namespace Korvel

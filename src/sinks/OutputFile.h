@@ -4,11 +4,13 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 namespace Korvel {
 
 /// A file that is written without a buffer of our own: what the system has refused is never tried
-/// again, not even at the end. The library's one seam to the platform.
+/// again, not even at the end. With createPrivateDirectory it is the library's one seam to the
+/// platform.
 ///
 /// Text mode: on Windows each line feed goes to the disk as CR LF. Other handles and processes may
 /// use the file meanwhile; programs that this process starts do not inherit it.
@@ -17,7 +19,8 @@ namespace Korvel {
 /// for good, and every further write does nothing.
 class OutputFile {
 public:
-    enum class Mode { Truncate, Append };
+    /// CreateNew refuses a name at which anything stands, a dangling link included.
+    enum class Mode { Truncate, Append, CreateNew };
 
     OutputFile(const std::filesystem::path& path, Mode mode);
     OutputFile(const OutputFile&) = delete;
@@ -31,9 +34,17 @@ public:
     /// file has failed or has no position.
     std::uint64_t position() const;
 
+    /// Whether CreateNew has failed because the name was taken.
+    bool wasTaken() const;
+
 private:
     int descriptor_;
     bool hasFailed_;
+    bool wasTaken_;
 };
+
+/// Makes one directory, on POSIX for its owner alone. A directory that is there already is fine;
+/// anything else sets `error`.
+void createPrivateDirectory(const std::filesystem::path& directory, std::error_code& error);
 
 }  // namespace Korvel
