@@ -1,7 +1,6 @@
 #include "support/Test.h"
 
 #include <algorithm>
-#include <regex>
 
 namespace fs = std::filesystem;
 
@@ -36,9 +35,10 @@ TEST_F(LogglySinkTest, NamesAreNumberedAndFree) {
     EXPECT_EQ(LogglySink::findFreeFileName(directory.path, L"a"), directory.path / "a_2.log");
     EXPECT_EQ(LogglySink::findFreeFileName(directory.path, L"a.b"), directory.path / "a.b_1.log");
     EXPECT_EQ(LogglySink::findFreeFileName("", L"\u00E9"), fs::path(u8"\u00E9_0.log"));
-    const std::regex form(R"(\d{4}-\d\d-\d\dT\d\d-\d\d-\d\d-\d{3}Z_0\.log)");
-    const std::string name = LogglySink::getNewFileName(directory.path).filename().string();
-    EXPECT_TRUE(std::regex_match(name, form)) << name;
+    std::string name = LogglySink::getNewFileName(directory.path).filename().string();
+    std::ranges::replace_if(
+        name, [](char c) { return c >= '0' && c <= '8'; }, '9');
+    EXPECT_EQ(name, "9999-99-99T99-99-99-999Z_9.log");
 }
 
 TEST_F(LogglySinkTest, RotatesOnceTheFileHasReachedItsSize) {
