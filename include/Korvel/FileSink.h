@@ -24,8 +24,8 @@ class OutputFile;
 /// failed (a full disk), the sink writes nothing more, its destructor included, and getSize says
 /// so. The line that failed can stand in the file in part.
 ///
-/// Errors: append throws `std::range_error` "bad conversion" for text that is not UTF-16, and
-/// writes nothing then. No operation throws for the file.
+/// Errors: append throws `std::range_error` "bad conversion" for text that Message::wstrToStr
+/// refuses, and writes nothing then. No operation throws for the file.
 ///
 /// Threads: every operation from any thread; lines never interleave. Two sinks on one file are not
 /// coordinated.

@@ -77,7 +77,12 @@ public:
     /// A Null.
     Message() noexcept;
 
-    Message(bool value) noexcept;
+    /// A Boolean, of `bool` alone: nothing else turns into a truth value.
+    template <class T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
+    Message(T value) noexcept : type_(Type::Boolean) {
+        slot_.boolean = value;
+    }
+
     Message(std::int64_t value) noexcept;
     /// A Double: the float widened, so 0.1f reads back as 0.10000000149011612.
     Message(float value) noexcept;
@@ -92,29 +97,33 @@ public:
     /// A character is neither a text nor a number: pass a string, or convert it to an integer.
     template <class T, std::enable_if_t<Detail::isCharacter<T>, int> = 0>
     Message(T value) = delete;
-    /// A pointer must not turn into a truth value.
+    /// Neither is a pointer, and a null one is no Null: that is `Message()`.
     template <class T, std::enable_if_t<!Detail::isText<T>, int> = 0>
     Message(T* pointer) = delete;
-    template <class T, class Owner>
-    Message(T Owner::*pointer) = delete;
     Message(std::nullptr_t) = delete;
 
     /// A String of the text up to its first NUL. `text` must not be null.
     Message(const char* text);
     Message(const wchar_t* text);
     /// A String of the text up to its first NUL: what stands behind an embedded NUL is dropped.
-    Message(std::string text);
+    template <class T, std::enable_if_t<std::is_same_v<T, std::string>, int> = 0>
+    Message(T text) : Message(text.c_str()) {}
     /// A String of the whole text, embedded NULs included.
-    Message(std::wstring text);
+    ///
+    /// Both are templates so that no brace list converts to a string on its way here: a list that
+    /// was meant as a Map, with a value that no Message can hold, is an error of compilation.
+    template <class T, std::enable_if_t<std::is_same_v<T, std::wstring>, int> = 0>
+    Message(T text) : Message(std::move(text), Whole()) {}
 
     /// A Map, also of an empty argument. Of two entries that have the same key after conversion,
-    /// the later one stands.
+    /// the later one stands. Empty braces alone are a default construction and so a Null.
     Message(std::map<std::string, Message> entries);
     Message(std::map<std::wstring, Message> entries);
     Message(std::initializer_list<std::pair<std::string, Message>> entries);
     Message(std::initializer_list<std::pair<std::wstring, Message>> entries);
 
-    /// A Vector that takes over the storage of `elements`.
+    /// A Vector that takes over the storage of `elements`. Name the type of a list inside a list:
+    /// what compilers make of nested braces without it differs.
     Message(std::vector<Message> elements);
 
     Message(const Message& source);
@@ -124,7 +133,8 @@ public:
     /// A deep copy. `source` may be this Message or a value inside it.
     Message& operator=(const Message& source);
     /// Takes over the value. A String, Vector or Map leaves `source` Null; a Boolean, Double or
-    /// Integer stays in `source` as well. `source` may be this Message or a value inside it.
+    /// Integer stays in `source` as well. `source` may be this Message or a value inside it, but
+    /// not a value around it, which would then contain itself and never be freed.
     Message& operator=(Message&& source) noexcept;
 
     ~Message();
@@ -158,6 +168,10 @@ public:
     /// The reference ends with the next push_back.
     Message& operator[](std::size_t position);
     const Message& operator[](std::size_t position) const;
+    /// Characters, truth values and doubles are no positions.
+    template <class T,
+              std::enable_if_t<std::is_arithmetic_v<T> && !Detail::isWholeNumber<T>, int> = 0>
+    void operator[](T position) const = delete;
 
     /// The value at `key` of a Map. Inserts nothing: an absent key throws `std::out_of_range`
     /// "invalid map<K, T> key".
@@ -182,11 +196,11 @@ public:
     ///
     /// `pretty` false gives one line without white space; true gives line feeds and steps of two
     /// spaces. `indent` stands before a scalar, and before every line of a Vector or Map but its
-    /// first. Doubles have six significant digits and the decimal mark of the global C++ locale;
-    /// an infinity or a NaN gives the bare text of the platform's streams, which is not JSON.
+    /// first. Doubles have six significant digits and the form of the global C++ locale; an
+    /// infinity or a NaN gives the bare text of the platform's streams, which is not JSON.
     ///
-    /// Throws `std::range_error` "bad conversion" for a text or key that is not UTF-16. A high
-    /// surrogate at the very end of a text is not refused: it leaves one stray byte (0xF0 to 0xF4).
+    /// Throws `std::range_error` "bad conversion" for a text or key that wstrToStr refuses. Lone
+    /// surrogates that it accepts leave bytes that are not UTF-8.
     std::string toJson(bool pretty, std::string indent) const;
 
     /// UTF-8 to UTF-16. By length: an embedded NUL passes through, and so does a byte order mark.
@@ -225,10 +239,12 @@ private:
     };
 
     struct TakeOver {};
+    struct Whole {};
     using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
 
     /// The one construction that transfers; for the library's own hand-over of an entry.
     Message(TakeOver, Message& source) noexcept;
+    Message(std::wstring&& text, Whole);
 
     bool isContainer() const noexcept;
     void requireType(Type wanted) const;

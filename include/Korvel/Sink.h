@@ -20,8 +20,8 @@ namespace Korvel {
 /// itself.
 ///
 /// A sink that is installed in several handlers, or that the application also calls directly, sees
-/// concurrent calls. The sinks of the library guard themselves with `lock`; Filter has no state to
-/// guard.
+/// concurrent calls. The sinks of the library guard themselves with `sinkLock`; Filter has no state
+/// to guard.
 ///
 /// Ownership: sinks live in shared pointers.
 class KORVEL_API Sink {
@@ -41,7 +41,7 @@ public:
 
 protected:
     /// The sink's lock, for the derived class to guard its own state with. Not recursive.
-    std::mutex lock;
+    std::mutex sinkLock;
 };
 
 }  // namespace Korvel

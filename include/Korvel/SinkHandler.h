@@ -71,7 +71,7 @@ public:
     void flush() override;
 
     /// Adds `sink` behind the others. False for a null pointer and for a sink that is already
-    /// installed. Waits at most for the delivery of one entry.
+    /// installed. Waits while a sink is at work, but not for the rest of a batch.
     bool installSink(std::shared_ptr<Sink> sink);
 
     /// Flushes the handler, then takes `sink` out; so with a worker the sink still receives what

@@ -47,10 +47,6 @@ std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> so
 
 Message::Message() noexcept = default;
 
-Message::Message(bool value) noexcept : type_(Type::Boolean) {
-    slot_.boolean = value;
-}
-
 Message::Message(std::int64_t value) noexcept : type_(Type::Integer) {
     slot_.integer = value;
 }
@@ -65,9 +61,7 @@ Message::Message(const char* text) : Message(Utf::decode(text)) {}
 
 Message::Message(const wchar_t* text) : Message(std::wstring(text)) {}
 
-Message::Message(std::string text) : Message(text.c_str()) {}
-
-Message::Message(std::wstring text) {
+Message::Message(std::wstring&& text, Whole) {
     slot_.string = new std::wstring(Utf::splitSupplementary(std::move(text)));
     type_ = Type::String;
 }

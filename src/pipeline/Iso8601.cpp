@@ -31,11 +31,19 @@ Date toDate(std::int64_t daysSinceEpoch) {
     const auto dayOfEra = static_cast<unsigned>(days - era * DAYS_PER_ERA);
     const unsigned yearOfEra =
         (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const unsigned monthFromMarch = (5 * dayOfYear + 2) / 153;
+    const unsigned dayFromMarch = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const unsigned monthFromMarch = (5 * dayFromMarch + 2) / 153;
     const unsigned month = monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9;
     return {era * 400 + yearOfEra + (month <= 2 ? 1 : 0), month,
-            dayOfYear - (153 * monthFromMarch + 2) / 5 + 1};
+            dayFromMarch - (153 * monthFromMarch + 2) / 5 + 1};
+}
+
+/// Counted from 0 on 1 January.
+int dayOfYear(const Date& date) {
+    constexpr int DAYS_BEFORE[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+    const bool isLeapYear = date.year % 4 == 0 && (date.year % 100 != 0 || date.year % 400 == 0);
+    const int leapDay = isLeapYear && date.month > 2 ? 1 : 0;
+    return DAYS_BEFORE[date.month - 1] + leapDay + static_cast<int>(date.day) - 1;
 }
 
 void appendPadded(std::wstring& text, std::uint64_t value, std::size_t width) {
@@ -71,6 +79,7 @@ std::wstring facetText(const Date& date, unsigned secondOfDay, std::int64_t days
     fields.tm_sec = static_cast<int>(secondOfDay % 60);
     // 1970-01-01 was a Thursday, and weekdays count from Sunday.
     fields.tm_wday = static_cast<int>(((daysSinceEpoch + 4) % 7 + 7) % 7);
+    fields.tm_yday = dayOfYear(date);
     std::wostringstream stream;
     const std::wstring format = L"%FT%T";
     const auto& facet = std::use_facet<std::time_put<wchar_t>>(stream.getloc());

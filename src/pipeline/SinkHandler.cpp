@@ -107,11 +107,12 @@ bool SinkHandler::onWorkerThread() const noexcept {
     return workerId_.load() == std::this_thread::get_id();
 }
 
-/// Joins the worker, if there is one, which must be on its way out.
+/// Joins the worker, if there is one, which must be on its way out. Its id goes first: once it is
+/// joined the system may give the same id to a thread of the application.
 void SinkHandler::collectWorker() {
     if (!workerThread_.joinable()) return;
-    workerThread_.join();
     workerId_ = NO_THREAD;
+    workerThread_.join();
 }
 
 /// Signals a change of a flag. Passing through the queue's lock puts the signal behind a worker

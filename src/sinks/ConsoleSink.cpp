@@ -18,12 +18,12 @@ ConsoleSink::ConsoleSink(std::ostream& stream, const std::vector<std::wstring>& 
 ConsoleSink::~ConsoleSink() = default;
 
 void ConsoleSink::flush() {
-    const std::lock_guard<std::mutex> guard(lock);
+    const std::lock_guard<std::mutex> guard(sinkLock);
     stream_.flush();
 }
 
 void ConsoleSink::append(const Message& message) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const std::lock_guard<std::mutex> guard(sinkLock);
     for (const auto& key : keys_) {
         if (message.hasKey(key)) writeLine(key, message.at(key));
     }

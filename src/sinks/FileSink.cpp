@@ -50,13 +50,13 @@ void FileSink::appendString(std::string text) {
 }
 
 std::uint64_t FileSink::getSize() {
-    const std::lock_guard<std::mutex> guard(lock);
+    const std::lock_guard<std::mutex> guard(sinkLock);
     return stream_->position();
 }
 
 void FileSink::writeLine(std::string line) {
     line.push_back('\n');
-    const std::lock_guard<std::mutex> guard(lock);
+    const std::lock_guard<std::mutex> guard(sinkLock);
     stream_->write(std::move(line));
 }
 

@@ -21,6 +21,10 @@ bool hasStagingSuffix(const path& file) {
 
 }  // namespace
 
+// On Windows a program that binds a reference to one of these looks for it in the library.
+constexpr std::uint64_t LogglySink::MAX_FILE_SIZE;
+constexpr std::uint64_t LogglySink::MAX_ENTRY_SIZE;
+
 LogglySink::LogglySink(path directory)
     : directory_(std::move(directory)), uploadFile_([](const path&) { return false; }) {
     useNewFile();
@@ -32,19 +36,19 @@ LogglySink::~LogglySink() {
 }
 
 void LogglySink::flush() {
-    const std::lock_guard<std::mutex> guard(lock);
+    const std::lock_guard<std::mutex> guard(sinkLock);
     fileSink_->flush();
 }
 
 void LogglySink::append(const Message& message) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const std::lock_guard<std::mutex> guard(sinkLock);
     // A failed file reports the largest size, so it is replaced too.
     if (fileSink_->getSize() >= MAX_FILE_SIZE) rotate();
     fileSink_->append(message);
 }
 
 void LogglySink::useNewFile() {
-    const std::lock_guard<std::mutex> guard(lock);
+    const std::lock_guard<std::mutex> guard(sinkLock);
     rotate();
 }
 
@@ -94,7 +98,7 @@ std::vector<path> LogglySink::getLogFiles() {
     std::vector<path> files;
     std::error_code error;
     std::filesystem::directory_iterator entry(directory_, error);
-    const std::lock_guard<std::mutex> guard(lock);
+    const std::lock_guard<std::mutex> guard(sinkLock);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         path file = directory_ / entry->path().filename();
         // By text: both paths are the directory joined with a name.

@@ -26,6 +26,7 @@ TEST(Message, EveryArgumentSelectsItsType) {
     EXPECT_FALSE(
         (std::is_constructible_v<Message, char> || std::is_constructible_v<Message, int*>));
     EXPECT_FALSE((std::is_constructible_v<Message, int Message::*>));
+    EXPECT_FALSE((std::is_constructible_v<Message, decltype([] {})>));
     EXPECT_THROW((void)Message(1).getDouble(), WrongTypeException);
     EXPECT_STREQ(WrongTypeException().what(), "You tried to access the wrong type.");
 }
