@@ -61,6 +61,10 @@ void takeOption(Arguments& arguments, Words::const_iterator& word, Words::const_
         arguments.out = valueOf(word, end);
     } else if (*word == "--limit") {
         arguments.limit = toNumber("--limit", valueOf(word, end));
+    } else if (*word == "--stage") {
+        arguments.stage = valueOf(word, end);
+    } else if (*word == "--upload") {
+        arguments.uploadUrl = valueOf(word, end);
     } else {
         throw UsageError("There is no option " + *word + ".");
     }
@@ -69,7 +73,8 @@ void takeOption(Arguments& arguments, Words::const_iterator& word, Words::const_
 }  // namespace
 
 const char* const USAGE_LINE =
-    "Usage: disk_check DIRECTORY [--threads N] [--out DIR] [--limit N]\n";
+    "Usage: disk_check DIRECTORY [--threads N] [--out DIR] [--limit N]\n"
+    "           [--stage DIR [--upload URL]]\n";
 
 const char* const HELP_TEXT =
     "\n"
@@ -79,10 +84,14 @@ const char* const HELP_TEXT =
     "  --threads N  walk with N threads (default: as many as the machine runs at once)\n"
     "  --out DIR    where disk_check.jsonl goes; made if missing (default: here)\n"
     "  --limit N    stop after N files, directories and links\n"
+    "  --stage DIR  keep the entries in staging files in DIR too, which is made if missing, and\n"
+    "               deliver them at the end, into the directory \"delivered\" beside DIR\n"
+    "  --upload URL deliver them to the log service at URL instead; the token is taken from the\n"
+    "               variable LOGGLY_TOKEN\n"
     "  --help       show this text\n"
     "\n"
     "Exit status: 0 when the walk has been logged, problems among the files included;\n"
-    "1 when the log could not be written; 2 when the arguments are wrong.\n";
+    "1 when the log could not be written or delivered; 2 when the arguments are wrong.\n";
 
 Arguments parseArguments(const Words& words) {
     Arguments arguments;
@@ -98,6 +107,9 @@ Arguments parseArguments(const Words& words) {
         }
     }
     if (arguments.directory.empty()) throw UsageError("The directory to check is missing.");
+    if (!arguments.uploadUrl.empty() && arguments.stage.empty()) {
+        throw UsageError("The option --upload needs --stage.");
+    }
     return arguments;
 }
 

@@ -16,6 +16,10 @@ struct Arguments {
     std::uint64_t threads = 1;
     std::filesystem::path out = ".";
     std::uint64_t limit = (std::numeric_limits<std::uint64_t>::max)();
+    /// Empty without staging.
+    std::filesystem::path stage;
+    /// Empty without an upload over HTTP.
+    std::string uploadUrl;
 };
 
 /// Thrown for a command line that cannot be carried out; what() says why, in a sentence for the

@@ -1,5 +1,7 @@
 #include "LogChain.h"
 
+#include "MakeDirectory.h"
+
 #include <Korvel/ConsoleSink.h>
 #include <Korvel/Extender.h>
 #include <Korvel/Filter.h>
@@ -10,7 +12,6 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <utility>
 
 namespace DiskCheck {
@@ -72,18 +73,10 @@ std::shared_ptr<Korvel::Logger> makeExtenders(std::shared_ptr<Korvel::Logger> lo
     return std::make_shared<Korvel::Extender>(std::move(logger), L"number", nextNumber);
 }
 
-void makeDirectory(const std::filesystem::path& directory) {
-    std::error_code error;
-    std::filesystem::create_directories(directory, error);
-    if (error) {
-        throw std::runtime_error("Cannot make the directory " + directory.string() + ": " +
-                                 error.message() + ".");
-    }
-}
-
 }  // namespace
 
-LogChain::LogChain(const std::filesystem::path& directory, Progress& progress)
+LogChain::LogChain(const std::filesystem::path& directory, Progress& progress,
+                   std::shared_ptr<Korvel::Sink> staging)
     : path_(directory / "disk_check.jsonl"),
       delivered_(std::make_shared<DeliveryCount>()),
       handler_(std::make_shared<Korvel::SinkHandler>(false)) {
@@ -91,6 +84,7 @@ LogChain::LogChain(const std::filesystem::path& directory, Progress& progress)
     file_ = std::make_shared<Korvel::FileSink>(path_, true, false, ALL_ONES);
     requireFile();
     handler_->installSink(file_);
+    handler_->installSink(std::move(staging));  // Refused, without harm, if it is null.
     handler_->installSink(makeConsole(progress));
     handler_->installSink(delivered_);  // The last one, so that it counts what all have taken.
     handler_->startProcessing();

@@ -22,8 +22,9 @@ class DeliveryCount;
 class LogChain {
 public:
     /// Truncates disk_check.jsonl in `directory`, which is made if it is missing. `progress` must
-    /// outlive the chain.
-    LogChain(const std::filesystem::path& directory, Progress& progress);
+    /// outlive the chain. `staging` gets all entries too; it may be null.
+    LogChain(const std::filesystem::path& directory, Progress& progress,
+             std::shared_ptr<Korvel::Sink> staging);
     ~LogChain();
 
     /// Every entry gets "timestamp", "thread", and as "number" how many entries its thread has

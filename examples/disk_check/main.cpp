@@ -1,18 +1,22 @@
 /// Checks a directory tree and keeps a log of it: a whole program around the library, from the
 /// command line to the last flush. LogChain.cpp is where the logger is built, Journal.cpp where
-/// entries are made.
+/// entries are made, Staging.cpp where they leave the machine.
 
 #include "Arguments.h"
+#include "Delivery.h"
 #include "Journal.h"
 #include "LogChain.h"
 #include "Progress.h"
 #include "ReadableText.h"
+#include "Staging.h"
 #include "Terminal.h"
 #include "Walk.h"
 
 #include <chrono>
 #include <exception>
 #include <iostream>
+#include <memory>
+#include <utility>
 
 namespace DiskCheck {
 namespace {
@@ -23,9 +27,9 @@ constexpr int STATUS_DONE = 0;
 constexpr int STATUS_NO_LOG = 1;
 constexpr int STATUS_WRONG_ARGUMENTS = 2;
 
-void check(const Arguments& arguments) {
+void logTree(const Arguments& arguments, std::shared_ptr<Korvel::Sink> staging) {
     Progress progress(isErrorOutputTerminal());
-    LogChain chain(arguments.out, progress);
+    LogChain chain(arguments.out, progress, std::move(staging));
     Journal journal(chain.logger());
     Walk walk(journal, arguments.limit);
     walk.start(arguments.directory, arguments.threads);
@@ -35,6 +39,21 @@ void check(const Arguments& arguments) {
                           {L"threads", arguments.threads},
                           {L"limitReached", walk.hasReachedLimit()}});
     chain.close(journal.entries());
+}
+
+std::unique_ptr<Delivery> makeDelivery(const Arguments& arguments) {
+    if (arguments.uploadUrl.empty()) return makeLocalDelivery(arguments.stage);
+    return makeHttpDelivery(arguments.uploadUrl);
+}
+
+void check(const Arguments& arguments) {
+    if (arguments.stage.empty()) {
+        logTree(arguments, nullptr);
+    } else {
+        Staging staging(arguments.stage, makeDelivery(arguments));
+        logTree(arguments, staging.sink());
+        staging.deliver();
+    }
 }
 
 int runProgram(const std::vector<std::string>& words) {

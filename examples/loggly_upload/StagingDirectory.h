@@ -1,0 +1,27 @@
+#pragma once
+
+#include <Korvel/LogglySink.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace LogglyUpload {
+
+/// The names in `directory` that end in `ending`, in order. Throws
+/// `std::filesystem::filesystem_error` if the directory cannot be read.
+std::vector<std::filesystem::path> namesEndingIn(const std::filesystem::path& directory,
+                                                 const std::string& ending);
+
+/// The file that `sink` writes to: the one of its directory that its getLogFiles leaves out. Throws
+/// `std::runtime_error` with a sentence for the user if the sink could not make one. No other sink
+/// may use the directory.
+std::filesystem::path currentFileOf(Korvel::LogglySink& sink,
+                                    const std::filesystem::path& directory);
+
+/// Ends a sink of which this is the last owner, and deletes its current file if nothing was written
+/// to it. Without this every sink would leave an empty file for the next one.
+void endSink(std::shared_ptr<Korvel::LogglySink> sink, const std::filesystem::path& directory);
+
+}  // namespace LogglyUpload
