@@ -139,7 +139,7 @@ TEST(SinkHandler, ManyThreadsLogInOrderAndOnce) {
         auto& expected = next.at(static_cast<std::size_t>(entry.at("thread").getInteger()));
         outOfOrder += entry.at("i").getInteger() != expected++;
     }));
-    std::vector<std::jthread> threads;
+    std::vector<JoiningThread> threads;
     for (int t = 0; t < THREADS; ++t) {
         threads.emplace_back([&handler, t] {
             for (int i = 0; i < ENTRIES; ++i) {
@@ -158,7 +158,7 @@ TEST(SinkHandler, FlushNeverHangsBesideADyingOrStoppingWorker) {
     for (int round = 0; round < 500; ++round) {
         SinkHandler handler;
         handler.installSink(std::make_shared<LambdaSink>([](const Message&) { throw 42; }));
-        std::vector<std::jthread> threads;
+        std::vector<JoiningThread> threads;
         for (int t = 0; t < 3; ++t) {
             threads.emplace_back([&handler] {
                 for (int i = 0; i < 5; ++i) {

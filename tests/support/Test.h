@@ -48,6 +48,15 @@ struct HoldingSink : Sink {
     std::latch released{1};
 };
 
+/// A thread that is joined at its end, also where the standard library has none.
+struct JoiningThread : std::thread {
+    using std::thread::thread;
+    JoiningThread(JoiningThread&&) = default;
+    ~JoiningThread() {
+        if (joinable()) join();
+    }
+};
+
 /// A directory of its own for one test, with everything in it removed at the end.
 struct TemporaryDirectory {
     TemporaryDirectory() { std::filesystem::create_directory(path); }
@@ -56,6 +65,12 @@ struct TemporaryDirectory {
     const std::filesystem::path path = std::filesystem::temp_directory_path() /
                                        ("korvel-" + std::to_string(std::random_device{}()));
 };
+
+#ifdef _WIN32
+constexpr char LINE_END[] = "\r\n";
+#else
+constexpr char LINE_END[] = "\n";
+#endif
 
 /// The file in text mode, so that a line end is one line feed on every platform.
 inline std::string readFile(const std::filesystem::path& path) {

@@ -12,7 +12,7 @@ struct LogglySinkTest : testing::Test {
         for (const auto& entry : fs::directory_iterator(directory.path)) {
             found.push_back(entry.path().filename().string());
         }
-        std::ranges::sort(found);
+        std::sort(found.begin(), found.end());
         return found;
     }
 
@@ -36,25 +36,28 @@ TEST_F(LogglySinkTest, NamesAreNumberedAndFree) {
     EXPECT_EQ(LogglySink::findFreeFileName(directory.path, L"a.b"), directory.path / "a.b_1.log");
     EXPECT_EQ(LogglySink::findFreeFileName("", L"\u00E9"), fs::path(u8"\u00E9_0.log"));
     std::string name = LogglySink::getNewFileName(directory.path).filename().string();
-    std::ranges::replace_if(
-        name, [](char c) { return c >= '0' && c <= '8'; }, '9');
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c >= '0' && c <= '8'; }, '9');
     EXPECT_EQ(name, "9999-99-99T99-99-99-999Z_9.log");
 }
 
 TEST_F(LogglySinkTest, RotatesOnceTheFileHasReachedItsSize) {
     LogglySink sink(directory.path);
-    const auto fill = [&sink](std::size_t bytes) { sink.append(std::string(bytes - 3, 'x')); };
-    for (int i = 0; i < 4; ++i) fill(1048576);  // With quotes and line end each is 1 MiB on disk.
+    constexpr std::size_t QUOTES_AND_LINE_END = sizeof LINE_END + 1;
+    const auto fill = [&sink](std::size_t bytesOnDisk) {
+        sink.append(std::string(bytesOnDisk - QUOTES_AND_LINE_END, 'x'));
+    };
+    for (int i = 0; i < 4; ++i) fill(1048576);
     EXPECT_EQ(names().size(), 1U);
     sink.append("second file");
     ASSERT_EQ(names().size(), 2U);
     EXPECT_EQ(sink.getLogFiles(), std::vector<fs::path>{directory.path / names()[0]});
     EXPECT_EQ(fs::file_size(directory.path / names()[0]), LogglySink::MAX_FILE_SIZE);
-    fill(1048578);
+    sink.append(std::string(1048575, 'x'));
     EXPECT_EQ(readFile(directory.path / names()[1]).substr(0, 42),
               "\"second file\"\n{\"message\":\"Message to long\"");
     sink.useNewFile();
-    for (const std::size_t bytes : {1048576, 1048576, 1048576, 1048575, 100}) fill(bytes);
+    for (const std::size_t bytes : {1048576U, 1048576U, 1048576U, 1048575U, 100U}) fill(bytes);
     EXPECT_EQ(names().size(), 3U);
     fill(100);
     EXPECT_EQ(names().size(), 4U);
@@ -83,7 +86,7 @@ TEST_F(LogglySinkTest, RunOffersEachClosedFileOnceAndFollowsTheAnswers) {
         return text == "b.log" ? !fs::remove(file) : text == "a.log";
     });
     run(sink);
-    std::ranges::sort(seen);
+    std::sort(seen.begin(), seen.end());
     EXPECT_EQ(seen, (Entries{".log.tmp", "a.log.tmp", "b.log.tmp"}));
     EXPECT_EQ(sink.getLogFiles(), std::vector<fs::path>{directory.path / ".log"});
     run(sink);
@@ -193,7 +196,7 @@ TEST_F(DirectUpload, DirectoryErrorsReachTheCaller) {
 
 TEST_F(DirectUpload, ManyThreadsGetAFileEach) {
     const auto upload = [](const fs::path&) { return false; };
-    std::vector<std::jthread> threads;
+    std::vector<JoiningThread> threads;
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&upload] {
             for (int i = 0; i < 200; ++i) LogglySink::directUploadLogEntry("x", upload);
