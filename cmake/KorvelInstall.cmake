@@ -15,3 +15,24 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmak
 install(FILES "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
               "${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmake"
     DESTINATION "${KORVEL_CMAKE_DIR}")
+
+# The file for pkg-config finds the package from its own place, so that an installed tree can be
+# moved. Where a directory is absolute that is given up for it.
+set(KORVEL_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+set(KORVEL_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+    set(KORVEL_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+    set(KORVEL_PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
+else()
+    file(RELATIVE_PATH KORVEL_PC_UP "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+    set(KORVEL_PC_PREFIX "\${pcfiledir}/${KORVEL_PC_UP}")
+endif()
+if(IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
+    set(KORVEL_PC_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
+if(KORVEL_LIBRARY_TYPE STREQUAL "STATIC")
+    set(KORVEL_PC_LIBS "-pthread")
+    set(KORVEL_PC_CFLAGS "-DKORVEL_STATIC")
+endif()
+configure_file(cmake/korvel.pc.in "${PROJECT_BINARY_DIR}/korvel.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/korvel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
