@@ -1,11 +1,13 @@
 set(KORVEL_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Korvel")
 
 install(TARGETS korvel EXPORT KorvelTargets
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-install(DIRECTORY include/Korvel DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-install(EXPORT KorvelTargets NAMESPACE Korvel:: DESTINATION "${KORVEL_CMAKE_DIR}")
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime
+        NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
+install(DIRECTORY include/Korvel DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
+install(EXPORT KorvelTargets NAMESPACE Korvel:: DESTINATION "${KORVEL_CMAKE_DIR}"
+    COMPONENT development)
 
 configure_package_config_file(cmake/KorvelConfig.cmake.in
     "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
@@ -14,7 +16,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmak
     COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
               "${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmake"
-    DESTINATION "${KORVEL_CMAKE_DIR}")
+    DESTINATION "${KORVEL_CMAKE_DIR}" COMPONENT development)
 
 # The file for pkg-config finds the package from its own place, so that an installed tree can be
 # moved. Where a directory is absolute that is given up for it.
@@ -35,4 +37,5 @@ if(KORVEL_LIBRARY_TYPE STREQUAL "STATIC")
     set(KORVEL_PC_CFLAGS "-DKORVEL_STATIC")
 endif()
 configure_file(cmake/korvel.pc.in "${PROJECT_BINARY_DIR}/korvel.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/korvel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+install(FILES "${PROJECT_BINARY_DIR}/korvel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+    COMPONENT development)

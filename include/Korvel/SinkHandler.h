@@ -92,7 +92,7 @@ private:
     bool onWorkerThread() const noexcept;
     void collectWorker();
     void wakeWorker();
-    void answerFlush() noexcept;
+    void answerFlush();
     void processQueue() noexcept;
     void deliver(std::deque<Message>& batch);
     void flushSinks();
@@ -104,17 +104,19 @@ private:
     std::mutex sinksMutex_;
     std::vector<std::shared_ptr<Sink>> sinks_;
 
+    /// Guards what follows up to the worker.
     std::mutex queueMutex_;
     std::condition_variable queueSignal_;
     std::deque<Message> queue_;
+    std::condition_variable flushSignal_;
+    bool flushRequested_ = false;
+    /// Counted so that a waiting flush sees its answer even if the next request follows at once.
+    std::uint64_t flushAnswers_ = 0;
 
     std::thread workerThread_;
     /// The id of workerThread_, set before the first delivery; the empty id without a thread.
     std::atomic<std::thread::id> workerId_ = std::thread::id();
     std::atomic<bool> running_ = false;
-    /// The lowest bit: a flush is requested. Above it: how often requests have been answered, so
-    /// that a waiting flush sees its answer even if the next request follows at once.
-    std::atomic<std::uint32_t> flushState_ = 0;
     std::atomic<bool> accepting_ = true;
 };
 

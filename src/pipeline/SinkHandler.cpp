@@ -12,9 +12,6 @@ constexpr std::chrono::milliseconds LONGEST_WAIT(50);
 
 const std::thread::id NO_THREAD;
 
-constexpr std::uint32_t FLUSH_REQUESTED = 1;
-constexpr std::uint32_t ONE_ANSWER = 2;
-
 }  // namespace
 
 SinkHandler::SinkHandler() : SinkHandler(true) {}
@@ -53,12 +50,14 @@ void SinkHandler::flush() {
     if (onWorkerThread()) {
         throw std::logic_error("Calling flush() from inside the logger thread is forbidden");
     }
-    const std::uint32_t requested = flushState_.fetch_or(FLUSH_REQUESTED) | FLUSH_REQUESTED;
-    // A worker clears `running_` before it answers for the last time. So if `running_` is still set
-    // here, an answer will come; if it is not, nobody may be left to give one.
+    std::unique_lock<std::mutex> queueLock(queueMutex_);
+    // A worker clears `running_` before it answers for the last time, with this lock. So if
+    // `running_` is still set here, an answer will come; if not, nobody may be left to give one.
     if (!running_) return;
-    wakeWorker();
-    flushState_.wait(requested);
+    flushRequested_ = true;
+    queueSignal_.notify_all();
+    const std::uint64_t answers = flushAnswers_;
+    flushSignal_.wait(queueLock, [&] { return flushAnswers_ != answers; });
 }
 
 bool SinkHandler::installSink(std::shared_ptr<Sink> sink) {
@@ -82,7 +81,6 @@ bool SinkHandler::removeSink(const std::shared_ptr<Sink>& sink) {
 void SinkHandler::startProcessing() {
     if (running_) return;
     collectWorker();
-    answerFlush();  // A flush that met a dying worker may have left its request behind.
     accepting_ = true;
     running_ = true;
     try {
@@ -122,10 +120,14 @@ void SinkHandler::wakeWorker() {
     queueSignal_.notify_all();
 }
 
-/// A request that arrives between the two steps of the first line is taken as answered too.
-void SinkHandler::answerFlush() noexcept {
-    flushState_ = (flushState_ & ~FLUSH_REQUESTED) + ONE_ANSWER;
-    flushState_.notify_all();
+/// Lets every flush return that is waiting now.
+void SinkHandler::answerFlush() {
+    {
+        const std::lock_guard<std::mutex> queueLock(queueMutex_);
+        flushRequested_ = false;
+        ++flushAnswers_;
+    }
+    flushSignal_.notify_all();
 }
 
 void SinkHandler::processQueue() noexcept {
@@ -139,7 +141,7 @@ void SinkHandler::processQueue() noexcept {
                 batch.swap(queue_);
                 queueLock.unlock();
                 deliver(batch);
-            } else if ((flushState_ & FLUSH_REQUESTED) != 0) {
+            } else if (flushRequested_) {
                 queueLock.unlock();
                 flushSinks();
                 answerFlush();

@@ -51,7 +51,7 @@ TEST_F(ExtenderTest, ThreadIdAndTimestampAreThoseOfTheCall) {
     logger->log("T", {});
     const std::wstring after = now();
     while (now() == after) std::this_thread::yield();
-    holding->released.count_down();
+    holding->released.open();
     handler->flush();
     const auto entry = nlohmann::json::parse(sink->entries.at(1));
     EXPECT_LE(before, Message::strToWstr(entry.at("time")));

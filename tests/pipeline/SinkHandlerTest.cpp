@@ -91,7 +91,7 @@ TEST(SinkHandler, ThrowingSinkEndsTheWorkerAndKeepsTheQueue) {
         handler.startProcessing();
         holding->entered.wait();
         handler.log("kept", {});
-        holding->released.count_down();
+        holding->released.open();
         handler.flush();
         EXPECT_TRUE(handler.log("kept too", {}));
         if (stopFirst) handler.stopProcessing();
@@ -195,7 +195,7 @@ TEST(SinkHandler, InstallSinkGetsItsTurnWithinABatch) {
     for (int i = 0; i < ENTRIES; ++i) handler.log("T", {});
     handler.startProcessing();
     holding->entered.wait();
-    holding->released.count_down();
+    holding->released.open();
     handler.installSink(late);
     handler.stopProcessing();
     EXPECT_GT(late->entries.size(), ENTRIES / 2U);

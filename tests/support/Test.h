@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <latch>
 #include <random>
 #include <stdexcept>
 #include <thread>
@@ -36,16 +35,34 @@ struct LambdaSink : Sink {
     const std::function<void()> onFlush;
 };
 
+/// Lets threads wait until it is opened. The standard latch misses wake-ups in the runtime of g++
+/// 12 for Windows.
+struct Gate {
+    void open() {
+        const std::lock_guard<std::mutex> guard(mutex);
+        isOpen = true;
+        signal.notify_all();
+    }
+    void wait() {
+        std::unique_lock<std::mutex> guard(mutex);
+        signal.wait(guard, [this] { return isOpen; });
+    }
+
+    std::mutex mutex;
+    std::condition_variable signal;
+    bool isOpen = false;
+};
+
 /// Holds the worker at the first entry until it is released.
 struct HoldingSink : Sink {
     void append(const Message&) override {
-        if (!entered.try_wait()) entered.count_down();
+        entered.open();
         released.wait();
     }
     void flush() override {}
 
-    std::latch entered{1};
-    std::latch released{1};
+    Gate entered;
+    Gate released;
 };
 
 /// A thread that is joined at its end, also where the standard library has none.

@@ -113,14 +113,14 @@ TEST_F(LogglySinkTest, ErrorsEndTheRunAndLeaveTheFilesReady) {
 }
 
 TEST_F(LogglySinkTest, BlockedRunDelaysNeitherAppendNorRotationAndTheEndWaitsForIt) {
-    std::latch entered(1);
-    std::latch released(1);
+    Gate entered;
+    Gate released;
     std::chrono::duration<double, std::milli> slowest{};
     {
         put("a.log");
         LogglySink sink(directory.path);
         sink.setUploadFile([&](const fs::path&) {
-            entered.count_down();
+            entered.open();
             released.wait();
             return true;
         });
@@ -135,7 +135,7 @@ TEST_F(LogglySinkTest, BlockedRunDelaysNeitherAppendNorRotationAndTheEndWaitsFor
             slowest =
                 std::max<decltype(slowest)>(slowest, std::chrono::steady_clock::now() - begin);
         }
-        released.count_down();
+        released.open();
     }
     std::printf("Slowest append during a blocked run: %.3f ms\n", slowest.count());
     EXPECT_LT(slowest.count(), 1000);
