@@ -15,7 +15,7 @@ struct FileSinkTest : testing::Test {
     }
 
     const TemporaryDirectory directory;
-    const std::filesystem::path file = directory.path / u8"log \u00E9.jsonl";
+    const std::filesystem::path file = directory.path / u8"log \u00E9\U0001F600.jsonl";
     const Message entry = {
         {"count", 3}, {"message", "DiskCheck"}, {"timestamp", "2026-11-18T21:16:42.123Z"}};
 };
