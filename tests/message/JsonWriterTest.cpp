@@ -75,6 +75,5 @@ TEST(JsonWriter, TextIsEscapedAndReadsBack) {
     for (int unit = 0; unit < 0xD800; ++unit) units += static_cast<wchar_t>(unit);
     const std::string text = Message({{units, 1}}).toJson(false, "");
     EXPECT_EQ(nlohmann::json::parse(text).at(Message::wstrToStr(units)), 1);
-    EXPECT_THROW((void)Message({{L"k", L"\xD83D\x0041"}}).toJson(false, ""), std::range_error);
     EXPECT_THROW((void)Message({{L"\xD83D\x0041", 1}}).toJson(false, ""), std::range_error);
 }

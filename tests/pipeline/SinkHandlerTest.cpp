@@ -1,39 +1,53 @@
 #include "support/Test.h"
 
-TEST(SinkHandler, EntryIsThePayloadWithItsTypeName) {
-    SinkHandler handler;
-    const auto sink = std::make_shared<RecordingSink>();
-    handler.installSink(sink);
-    handler.log("T", {});
-    handler.log(L"T", {{"message", "gone"}, {"k", 1}});
-    handler.log("", 5);
-    handler.log("\xC3\xA9", std::vector<Message>{1});
-    handler.flush();
-    EXPECT_EQ(sink->entries, (Entries{R"({"message":"T"})", R"({"k":1,"message":"T"})",
-                                      R"({"message":"","messageData":5})",
-                                      "{\"message\":\"\xC3\xA9\",\"messageData\":[1]}"}));
-}
+#include <chrono>
 
-TEST(SinkHandler, HoldsEntriesBackUntilItIsStartedAndRefusesOnceStopped) {
-    SinkHandler handler(false);
-    const auto first = std::make_shared<RecordingSink>();
+/// A handler that holds its entries back, with one sink that records.
+struct SinkHandlerTest : testing::Test {
+    SinkHandlerTest() { handler.installSink(sink); }
+
+    void install(const std::function<void(const Message&)>& onAppend) {
+        handler.installSink(std::make_shared<LambdaSink>(onAppend));
+    }
+
+    SinkHandler handler{false};
+    const std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
+    const std::shared_ptr<HoldingSink> holding = std::make_shared<HoldingSink>();
+};
+
+TEST_F(SinkHandlerTest, HoldsEntriesBackUntilItIsStartedAndRefusesOnceStopped) {
     const auto second = std::make_shared<RecordingSink>();
-    EXPECT_TRUE(handler.installSink(first));
-    EXPECT_TRUE(handler.log("1", {}));
+    EXPECT_TRUE(handler.log("T", {}));
     handler.flush();
-    EXPECT_EQ(first->entries, Entries());
+    EXPECT_EQ(sink->entries, Entries());
     EXPECT_TRUE(handler.installSink(second));
     for (int i = 0; i < 2; ++i) handler.startProcessing();
-    EXPECT_TRUE(handler.log("2", {}));
+    EXPECT_TRUE(handler.log(L"T", {{"message", "gone"}, {"k", 1}}));
     for (int i = 0; i < 2; ++i) handler.stopProcessing();
-    EXPECT_FALSE(handler.log("3", {}));
+    EXPECT_FALSE(handler.log("refused", {}));
     handler.startProcessing();
-    EXPECT_TRUE(handler.log("4", {}));
+    EXPECT_TRUE(handler.log("", 5));
     handler.flush();
-    EXPECT_EQ(first->entries,
-              (Entries{R"({"message":"1"})", R"({"message":"2"})", R"({"message":"4"})"}));
-    EXPECT_EQ(second->entries, first->entries);
+    EXPECT_EQ(sink->entries, (Entries{R"({"message":"T"})", R"({"k":1,"message":"T"})",
+                                      R"({"message":"","messageData":5})"}));
+    EXPECT_EQ(second->entries, sink->entries);
     EXPECT_EQ(second->flushes, 2);
+}
+
+TEST_F(SinkHandlerTest, RemovedSinkGetsWhatWasAcceptedBefore) {
+    const auto never = std::make_shared<RecordingSink>();
+    EXPECT_FALSE(handler.installSink(nullptr) || handler.removeSink(nullptr));
+    EXPECT_FALSE(handler.installSink(sink) || handler.removeSink(never));
+    handler.installSink(never);
+    handler.log("T", {});
+    EXPECT_TRUE(handler.removeSink(never));
+    handler.startProcessing();
+    EXPECT_TRUE(handler.removeSink(sink));
+    handler.log("late", {});
+    handler.stopProcessing();
+    EXPECT_EQ(sink->entries, Entries{R"({"message":"T"})"});
+    EXPECT_EQ(sink->flushes, 1);
+    EXPECT_EQ(never->entries, Entries());
 }
 
 TEST(SinkHandler, DestructionDeliversThenFlushesThenReleasesFirstToLast) {
@@ -49,69 +63,46 @@ TEST(SinkHandler, DestructionDeliversThenFlushesThenReleasesFirstToLast) {
         idle.installSink(sinkNamed("idle"));
         idle.log("T", {});
         SinkHandler handler;
-        handler.installSink(sinkNamed("1"));
-        handler.installSink(sinkNamed("2"));
+        for (const char* name : {"1", "2"}) handler.installSink(sinkNamed(name));
         handler.log("T", {});
     }
     EXPECT_EQ(events, (Entries{"1", "2", "1", "2", "1", "2", "idle"}));
 }
 
-TEST(SinkHandler, RemovedSinkGetsWhatWasAcceptedBefore) {
-    SinkHandler handler(false);
-    const auto never = std::make_shared<RecordingSink>();
-    const auto sink = std::make_shared<RecordingSink>();
-    EXPECT_FALSE(handler.installSink(nullptr) || handler.removeSink(nullptr));
-    EXPECT_TRUE(handler.installSink(sink) && handler.installSink(never));
-    EXPECT_FALSE(handler.installSink(sink));
-    handler.log("T", {});
-    EXPECT_TRUE(handler.removeSink(never));
-    handler.startProcessing();
-    EXPECT_TRUE(handler.removeSink(sink));
-    EXPECT_FALSE(handler.removeSink(sink));
-    handler.log("late", {});
-    handler.stopProcessing();
-    EXPECT_EQ(sink->entries, Entries{R"({"message":"T"})"});
-    EXPECT_EQ(sink->flushes, 1);
-    EXPECT_EQ(never->entries, Entries());
-}
-
 TEST(SinkHandler, ThrowingSinkEndsTheWorkerAndKeepsTheQueue) {
     for (const bool stopFirst : {true, false}) {
-        SinkHandler handler(false);
+        SinkHandler broken(false);
         bool isBroken = true;
-        const auto holding = std::make_shared<HoldingSink>();
+        const auto first = std::make_shared<HoldingSink>();
         const auto last = std::make_shared<RecordingSink>();
-        handler.installSink(holding);
-        handler.installSink(std::make_shared<LambdaSink>([&isBroken](const Message&) {
+        broken.installSink(first);
+        broken.installSink(std::make_shared<LambdaSink>([&isBroken](const Message&) {
             if (isBroken) throw 42;
         }));
-        handler.installSink(last);
-        handler.log("lost", {});
-        handler.log("lost with its batch", {});
-        handler.startProcessing();
-        holding->entered.wait();
-        handler.log("kept", {});
-        holding->released.open();
-        handler.flush();
-        EXPECT_TRUE(handler.log("kept too", {}));
-        if (stopFirst) handler.stopProcessing();
+        broken.installSink(last);
+        for (const char* type : {"lost", "lost with its batch"}) broken.log(type, {});
+        broken.startProcessing();
+        first->entered.wait();
+        broken.log("kept", {});
+        first->released.open();
+        broken.flush();
+        EXPECT_TRUE(broken.log("kept too", {}));
+        if (stopFirst) broken.stopProcessing();
         EXPECT_EQ(last->entries, Entries());
         isBroken = false;
-        handler.startProcessing();
-        handler.flush();
+        broken.startProcessing();
+        broken.flush();
         EXPECT_EQ(last->entries, (Entries{R"({"message":"kept"})", R"({"message":"kept too"})"}));
     }
 }
 
-TEST(SinkHandler, CallsFromInsideASinkAreForbidden) {
-    SinkHandler handler(false);
+TEST_F(SinkHandlerTest, CallsFromInsideASinkAreForbidden) {
     Entries errors;
-    std::shared_ptr<Sink> sink;
     const std::function<void()> calls[] = {
         [&] { handler.log("T", {}); }, [&] { handler.flush(); }, [&] { handler.removeSink(sink); },
         [&] { handler.stopProcessing(); },
         [&] { errors.push_back(handler.log("T", {}) ? "1" : "0"); }};
-    sink = std::make_shared<LambdaSink>([&](const Message&) {
+    install([&](const Message&) {
         for (const auto& call : calls) {
             try {
                 call();
@@ -120,7 +111,6 @@ TEST(SinkHandler, CallsFromInsideASinkAreForbidden) {
             }
         }
     });
-    handler.installSink(sink);
     handler.log("T", {});
     handler.startProcessing();
     handler.flush();
@@ -129,20 +119,18 @@ TEST(SinkHandler, CallsFromInsideASinkAreForbidden) {
                                flushing, flushing, "0"}));
 }
 
-TEST(SinkHandler, ManyThreadsLogInOrderAndOnce) {
-    constexpr int THREADS = 4;
-    constexpr int ENTRIES = 5000;
-    SinkHandler handler;
-    std::vector<std::int64_t> next(THREADS, 0);
+TEST_F(SinkHandlerTest, ManyThreadsLogInOrderAndOnce) {
+    std::vector<std::int64_t> next(4, 0);
     int outOfOrder = 0;
-    handler.installSink(std::make_shared<LambdaSink>([&](const Message& entry) {
+    install([&](const Message& entry) {
         auto& expected = next.at(static_cast<std::size_t>(entry.at("thread").getInteger()));
         outOfOrder += entry.at("i").getInteger() != expected++;
-    }));
+    });
+    handler.startProcessing();
     std::vector<JoiningThread> threads;
-    for (int t = 0; t < THREADS; ++t) {
-        threads.emplace_back([&handler, t] {
-            for (int i = 0; i < ENTRIES; ++i) {
+    for (std::size_t t = 0; t < next.size(); ++t) {
+        threads.emplace_back([this, t] {
+            for (int i = 0; i < 5000; ++i) {
                 handler.log("T", {{"thread", t}, {"i", i}});
                 if (i % 1000 == 0) handler.flush();
             }
@@ -151,7 +139,7 @@ TEST(SinkHandler, ManyThreadsLogInOrderAndOnce) {
     threads.clear();
     handler.stopProcessing();
     EXPECT_EQ(outOfOrder, 0);
-    EXPECT_EQ(next, std::vector<std::int64_t>(THREADS, ENTRIES));
+    EXPECT_EQ(next, std::vector<std::int64_t>(4, 5000));
 }
 
 TEST(SinkHandler, FlushNeverHangsBesideADyingOrStoppingWorker) {
@@ -174,29 +162,26 @@ TEST(SinkHandler, FlushNeverHangsBesideADyingOrStoppingWorker) {
     }
 }
 
-TEST(SinkHandler, FlushWakesAnIdleWorkerAtOnce) {
-    SinkHandler handler;
+TEST_F(SinkHandlerTest, FlushWakesAnIdleWorkerAtOnce) {
+    handler.startProcessing();
     const auto begin = std::chrono::steady_clock::now();
     for (int i = 0; i < 200; ++i) handler.flush();
     // Polling at 10 ms would take two seconds at least.
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
 }
 
-TEST(SinkHandler, InstallSinkGetsItsTurnWithinABatch) {
-    constexpr int ENTRIES = 2000;
-    SinkHandler handler(false);
+TEST_F(SinkHandlerTest, InstallSinkGetsItsTurnWithinABatch) {
     const auto late = std::make_shared<RecordingSink>();
-    const auto holding = std::make_shared<HoldingSink>();
     handler.installSink(holding);
-    handler.installSink(std::make_shared<LambdaSink>([](const Message&) {
+    install([](const Message&) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(200);
         while (std::chrono::steady_clock::now() < end) continue;
-    }));
-    for (int i = 0; i < ENTRIES; ++i) handler.log("T", {});
+    });
+    for (int i = 0; i < 2000; ++i) handler.log("T", {});
     handler.startProcessing();
     holding->entered.wait();
     holding->released.open();
     handler.installSink(late);
     handler.stopProcessing();
-    EXPECT_GT(late->entries.size(), ENTRIES / 2U);
+    EXPECT_GT(late->entries.size(), 1000U);
 }
