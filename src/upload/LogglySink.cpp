@@ -21,9 +21,11 @@ bool hasStagingSuffix(const path& file) {
 
 }  // namespace
 
+// NOLINTBEGIN(readability-redundant-declaration)
 // On Windows a program that binds a reference to one of these looks for it in the library.
 constexpr std::uint64_t LogglySink::MAX_FILE_SIZE;
 constexpr std::uint64_t LogglySink::MAX_ENTRY_SIZE;
+// NOLINTEND(readability-redundant-declaration)
 
 LogglySink::LogglySink(path directory)
     : directory_(std::move(directory)), uploadFile_([](const path&) { return false; }) {
