@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace Korvel {
 
@@ -65,7 +66,7 @@ private:
     /// Writes to a file that is already open.
     FileSink(std::unique_ptr<OutputFile> stream, bool pretty, std::uint64_t sizeLimit);
 
-    void writeLine(std::string line);
+    void write(std::string_view line);
 
     std::unique_ptr<OutputFile> stream_;
     const bool pretty_;

@@ -9,6 +9,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -33,6 +34,11 @@ template <class T>
 inline constexpr bool isText =
     std::is_convertible_v<T*, const char*> || std::is_convertible_v<T*, const wchar_t*>;
 
+/// A literal, a pointer to text or a view, which needs no temporary string on its way to a Map.
+template <class T, class Unit>
+inline constexpr bool isKey = std::is_convertible_v<const T&, std::basic_string_view<Unit>> &&
+                              !std::is_same_v<T, std::nullptr_t>;
+
 template <class T>
 std::int64_t toInteger(T value) {
     if constexpr (std::is_unsigned_v<T> && sizeof(T) == sizeof(std::int64_t)) {
@@ -54,11 +60,12 @@ std::int64_t toInteger(T value) {
 /// recurses with it, so a deep tree is safe on a thread with a small stack.
 ///
 /// Text. Narrow text is UTF-8, wide text is UTF-16 with one code unit in each `wchar_t`, on every
-/// platform. Values and keys are kept wide; a narrow argument is converted on its way in (see
-/// strToWstr). Where `wchar_t` is wider than 16 bits, an element from 0x10000 to 0x10FFFF, such as
-/// the literal `L"\U0001F600"` holds there, is split into its surrogate pair on its way in, so the
-/// narrow and the wide form of one text are the same text and the same key. Any other element above
-/// 0xFFFF is kept as it is and makes conversion and rendering fail.
+/// platform. Keys are kept wide, and values so that each form reads back exactly as strToWstr and
+/// wstrToStr convert it; a narrow argument that strToWstr refuses fails on its way in. Where
+/// `wchar_t` is wider than 16 bits, an element from 0x10000 to 0x10FFFF, such as the literal
+/// `L"\U0001F600"` holds there, is split into its surrogate pair on its way in, so the narrow and
+/// the wide form of one text are the same text and the same key. Any other element above 0xFFFF is
+/// kept as it is and makes conversion and rendering fail.
 ///
 /// Keys of a Map are unique and stand in ascending order of their code units, read as unsigned
 /// numbers. That is the order of `std::wstring`, not of code points: U+1F600 (0xD83D 0xDE00) stands
@@ -75,12 +82,12 @@ std::int64_t toInteger(T value) {
 class KORVEL_API Message {
 public:
     /// A Null.
-    Message() noexcept;
+    Message() noexcept : value_{{Type::Null, {}}} {}
 
     /// A Boolean, of `bool` alone: nothing else turns into a truth value.
     template <class T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
-    Message(T value) noexcept : type_(Type::Boolean) {
-        slot_.boolean = value;
+    Message(T value) noexcept : value_{{Type::Boolean, {}}} {
+        value_.plain.slot.boolean = value;
     }
 
     Message(std::int64_t value) noexcept;
@@ -107,13 +114,13 @@ public:
     Message(const wchar_t* text);
     /// A String of the text up to its first NUL: what stands behind an embedded NUL is dropped.
     template <class T, std::enable_if_t<std::is_same_v<T, std::string>, int> = 0>
-    Message(T text) : Message(text.c_str()) {}
+    Message(const T& text) : Message(text.c_str()) {}
     /// A String of the whole text, embedded NULs included.
     ///
     /// Both are templates so that no brace list converts to a string on its way here: a list that
     /// was meant as a Map, with a value that no Message can hold, is an error of compilation.
     template <class T, std::enable_if_t<std::is_same_v<T, std::wstring>, int> = 0>
-    Message(T text) : Message(std::move(text), Whole()) {}
+    Message(const T& text) : Message(std::wstring_view(text), Whole()) {}
 
     /// A Map, also of an empty argument. Of two entries that have the same key after conversion,
     /// the later one stands. Empty braces alone are a default construction and so a Null.
@@ -137,7 +144,9 @@ public:
     /// not a value around it, which would then contain itself and never be freed.
     Message& operator=(Message&& source) noexcept;
 
-    ~Message();
+    ~Message() {
+        if (ownsStorage()) reset();
+    }
 
     bool isNull() const noexcept;
     bool isString() const noexcept;
@@ -163,6 +172,14 @@ public:
     /// Map lives.
     Message& operator[](const std::string& key);
     Message& operator[](const std::wstring& key);
+    template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
+    Message& operator[](const T& key) {
+        return element(std::string_view(key));
+    }
+    template <class T, std::enable_if_t<Detail::isKey<T, wchar_t>, int> = 0>
+    Message& operator[](const T& key) {
+        return element(std::wstring_view(key));
+    }
 
     /// The element at `position` of a Vector. The position is not checked: it must be below size().
     /// The reference ends with the next push_back.
@@ -222,20 +239,51 @@ private:
     friend class Extender;
     friend class JsonWriter;
 
-    enum class Type : std::uint32_t { Null, String, Boolean, Double, Integer, Vector, Map };
+    /// A text has three forms: a short one in the Message itself, a longer one in a TextNode, both
+    /// in UTF-8, and a wide one for units that have no UTF-8 to read back from, such as lone
+    /// surrogates. The types from Text on own storage.
+    enum class Type : std::uint8_t {
+        Null,
+        Boolean,
+        Double,
+        Integer,
+        ShortText,
+        Text,
+        WideText,
+        Vector,
+        Map
+    };
 
-    struct Node;
+    struct TextNode;
     struct VectorNode;
     struct MapNode;
     struct Teardown;
 
     union Slot {
-        std::wstring* string;
         bool boolean;
         double real;
         std::int64_t integer;
+        TextNode* text;
+        std::wstring* wideText;
         VectorNode* vector;
         MapNode* map;
+    };
+
+    struct Plain {
+        Type type;
+        Slot slot;
+    };
+
+    struct Short {
+        Type type;
+        std::uint8_t size;
+        char bytes[14];
+    };
+
+    /// Both begin with the type, so it can be read whichever of them is in use.
+    union Value {
+        Plain plain;
+        Short brief;
     };
 
     struct TakeOver {};
@@ -243,22 +291,31 @@ private:
     using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
 
     /// The one construction that transfers; for the library's own hand-over of an entry.
-    Message(TakeOver, Message& source) noexcept;
-    Message(std::wstring&& text, Whole);
+    Message(TakeOver, Message& source) noexcept : Message() { adopt(source); }
+    Message(std::wstring_view text, Whole);
 
-    bool isContainer() const noexcept;
+    Type type() const noexcept { return value_.plain.type; }
+    bool ownsStorage() const noexcept { return type() >= Type::Text; }
+    bool isContainer() const noexcept { return type() >= Type::Vector; }
     void requireType(Type wanted) const;
+    void requireString() const;
+    void become(Type type, Slot slot) noexcept;
     void becomeMap();
     void adopt(Message& source) noexcept;
+    char* makeText(std::size_t size);
+    std::string_view narrowText() const noexcept;
+    const std::wstring& wideText() const noexcept { return *value_.plain.slot.wideText; }
+    void copyText(const Message& source);
     void copyFrom(const Message& source);
     void copyValue(const Message& source);
     void copyChildren(const Message& source, OpenCopies& open);
-    Message& element(std::wstring key);
+    Message& element(std::string_view key);
+    Message& element(std::wstring_view key);
+    Message& elementAt(std::wstring key);
     const Message& existing(const std::wstring& key) const;
     void reset() noexcept;
 
-    Type type_ = Type::Null;
-    Slot slot_ = {};
+    Value value_;
 };
 
 }  // namespace Korvel

@@ -1,78 +1,92 @@
 #include "message/JsonWriter.h"
 
+#include "message/DoubleText.h"
+#include "message/IntegerText.h"
+#include "message/JsonEscape.h"
 #include "message/MessageNodes.h"
-#include "message/NumberText.h"
-#include "message/Utf.h"
+
+#include <locale>
+#include <sstream>
 
 namespace Korvel {
 namespace {
 
-constexpr const char* STEP = "  ";
-constexpr std::size_t STEP_LENGTH = 2;
+constexpr std::string_view STEP = "  ";
+constexpr std::size_t USUAL_DEPTH = 8;
+/// A long text is written in pieces, because the room for its worst case is six times its size.
+constexpr std::size_t PIECE = 4096;
 
 }  // namespace
 
-JsonWriter::JsonWriter(bool pretty, std::string indent)
-    : pretty_(pretty), indent_(std::move(indent)) {}
+JsonWriter::JsonWriter(TextBuffer& text, bool pretty, std::string indent)
+    : text_(text),
+      pretty_(pretty),
+      isClassicLocale_(std::locale() == std::locale::classic()),
+      indent_(std::move(indent)) {}
 
-std::string JsonWriter::write(const Message& root) {
-    if (root.isContainer()) {
-        openContainer(root);
-        while (!levels_.empty()) writeNext();
-    } else {
-        text_ = std::move(indent_);
+void JsonWriter::write(const Message& root) {
+    if (!root.isContainer()) {
+        text_.append(indent_);
         writeScalar(root);
+        return;
     }
-    return std::move(text_);
+    levels_.reserve(USUAL_DEPTH);
+    open(root);
+    while (!levels_.empty()) {
+        if (levels_.back().container->isMap()) {
+            writeEntries();
+        } else {
+            writeElements();
+        }
+    }
 }
 
-void JsonWriter::openContainer(const Message& container) {
+void JsonWriter::open(const Message& container) {
     if (!levels_.empty() && pretty_) indent_ += STEP;
     text_.push_back(container.isMap() ? '{' : '[');
     if (pretty_) text_.push_back('\n');
     levels_.push_back({&container, 0, {}});
-    if (container.isMap()) levels_.back().entry = container.slot_.map->entries.begin();
+    if (container.isMap()) levels_.back().entry = container.getMap().begin();
 }
 
-/// Writes the next child of the innermost container, or its end.
-void JsonWriter::writeNext() {
+/// Goes on with the innermost container, a Vector, up to an element that is a container itself, or
+/// to its end.
+void JsonWriter::writeElements() {
     Level& level = levels_.back();
-    const Message& container = *level.container;
-    if (container.isVector() && level.position < container.slot_.vector->elements.size()) {
-        writeElement(level);
-    } else if (container.isMap() && level.entry != container.slot_.map->entries.end()) {
-        writeEntry(level);
-    } else {
-        closeContainer();
+    const std::vector<Message>& elements = level.container->getVector();
+    while (level.position < elements.size()) {
+        const Message& element = elements[level.position];
+        beginChild(level.position == 0);
+        ++level.position;
+        if (element.isContainer()) return open(element);
+        writeScalar(element);
     }
+    close(']', elements.empty());
 }
 
-void JsonWriter::writeElement(Level& level) {
-    const Message& child = level.container->slot_.vector->elements[level.position];
-    beginChild(level.position == 0);
-    ++level.position;
-    writeChild(child);
+/// The same for a Map.
+void JsonWriter::writeEntries() {
+    Level& level = levels_.back();
+    const Entries& entries = level.container->getMap();
+    while (level.entry != entries.end()) {
+        const auto& [key, value] = *level.entry;
+        beginChild(level.entry == entries.begin());
+        ++level.entry;
+        writeText(std::wstring_view(key));
+        text_.push_back(':');
+        if (pretty_) text_.push_back(' ');
+        if (value.isContainer()) return open(value);
+        writeScalar(value);
+    }
+    close('}', entries.empty());
 }
 
-void JsonWriter::writeEntry(Level& level) {
-    const auto& [key, value] = *level.entry;
-    beginChild(level.entry == level.container->slot_.map->entries.begin());
-    ++level.entry;
-    writeString(key);
-    text_.push_back(':');
-    if (pretty_) text_.push_back(' ');
-    writeChild(value);
-}
-
-void JsonWriter::closeContainer() {
-    const Level& level = levels_.back();
-    const bool isMap = level.container->isMap();
-    const bool isEmpty = isMap ? level.container->slot_.map->entries.empty() : level.position == 0;
+void JsonWriter::close(char bracket, bool isEmpty) {
     if (pretty_ && !isEmpty) text_.push_back('\n');
-    text_ += indent_;
-    text_.push_back(isMap ? '}' : ']');
+    text_.append(indent_);
+    text_.push_back(bracket);
     levels_.pop_back();
-    if (!levels_.empty() && pretty_) indent_.resize(indent_.size() - STEP_LENGTH);
+    if (!levels_.empty() && pretty_) indent_.resize(indent_.size() - STEP.size());
 }
 
 void JsonWriter::beginChild(bool isFirst) {
@@ -80,67 +94,57 @@ void JsonWriter::beginChild(bool isFirst) {
         text_.push_back(',');
         if (pretty_) text_.push_back('\n');
     }
-    text_ += indent_;
-    if (pretty_) text_ += STEP;
-}
-
-/// Ends every use of the current Level: opening a container moves the levels_.
-void JsonWriter::writeChild(const Message& child) {
-    if (child.isContainer()) {
-        openContainer(child);
-    } else {
-        writeScalar(child);
-    }
+    if (!indent_.empty()) text_.append(indent_);
+    if (pretty_) text_.append(STEP);
 }
 
 void JsonWriter::writeScalar(const Message& value) {
-    switch (value.type_) {
+    switch (value.type()) {
     case Message::Type::Boolean:
-        text_ += value.slot_.boolean ? "true" : "false";
+        text_.append(value.getBoolean() ? "true" : "false");
         break;
     case Message::Type::Integer:
-        appendInteger(text_, value.slot_.integer);
+        text_.endAt(IntegerText::write(text_.room(IntegerText::LONGEST), value.getInteger()));
         break;
     case Message::Type::Double:
-        appendDouble(text_, value.slot_.real);
+        writeNumber(value.getDouble());
         break;
-    case Message::Type::String:
-        writeString(*value.slot_.string);
+    case Message::Type::ShortText:
+    case Message::Type::Text:
+        writeText(value.narrowText());
+        break;
+    case Message::Type::WideText:
+        writeText(value.wideText());
         break;
     default:
-        text_ += "null";
+        text_.append("null");
     }
 }
 
-void JsonWriter::writeString(const std::wstring& units) {
-    text_.push_back('"');
-    std::size_t position = 0;
-    while (position < units.size()) {
-        const auto unit = static_cast<std::size_t>(units[position]);
-        if (unit < 0x20 || unit == '"' || unit == '\\') {
-            writeEscaped(unit);
-            ++position;
-        } else {
-            position = Utf::appendCharacter(text_, units, position);
-        }
-    }
-    text_.push_back('"');
-}
-
-void JsonWriter::writeEscaped(std::size_t unit) {
-    constexpr const char* DIGITS = "0123456789abcdef";
-    // The letter behind the backslash for 0x08 to 0x0D; U+000B has none.
-    constexpr const char* LETTERS = "btn\0fr";
-    text_.push_back('\\');
-    if (unit >= 0x20) {
-        text_.push_back(static_cast<char>(unit));
-    } else if (unit >= 0x08 && unit <= 0x0D && unit != 0x0B) {
-        text_.push_back(LETTERS[unit - 0x08]);
+void JsonWriter::writeNumber(double value) {
+    if (isClassicLocale_) {
+        text_.endAt(DoubleText::write(text_.room(DoubleText::LONGEST), value));
     } else {
-        text_ += "u00";
-        text_.push_back(DIGITS[unit >> 4]);
-        text_.push_back(DIGITS[unit & 0xF]);
+        std::ostringstream stream;
+        stream << value;
+        text_.append(stream.str());
     }
+}
+
+void JsonWriter::writeText(std::string_view text) {
+    text_.push_back('"');
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, PIECE);
+        text_.endAt(JsonEscape::write(text_.room(JsonEscape::roomFor(piece.size())), piece));
+        text.remove_prefix(piece.size());
+    }
+    text_.push_back('"');
+}
+
+void JsonWriter::writeText(std::wstring_view text) {
+    text_.push_back('"');
+    text_.endAt(JsonEscape::write(text_.room(JsonEscape::roomFor(text.size())), text));
+    text_.push_back('"');
 }
 
 }  // namespace Korvel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "message/TextBuffer.h"
+
 #include <Korvel/Message.h>
 
 #include <cstddef>
@@ -8,38 +10,40 @@
 
 namespace Korvel {
 
-/// Renders one Message as JSON text. It walks the tree with a stack of its own, so depth costs
-/// memory and not stack.
+/// Renders one Message as JSON text at the end of a buffer. It walks the tree with a stack of its
+/// own, so depth costs memory and not stack.
 class JsonWriter {
 public:
-    JsonWriter(bool pretty, std::string indent);
+    JsonWriter(TextBuffer& text, bool pretty, std::string indent);
 
     /// To be called once.
-    std::string write(const Message& root);
+    void write(const Message& root);
 
 private:
+    using Entries = std::map<std::wstring, Message>;
+
     /// A container that has been opened and not yet closed, and what of it comes next. `position`
     /// is used for a Vector and `entry` for a Map.
     struct Level {
         const Message* container;
         std::size_t position;
-        std::map<std::wstring, Message>::const_iterator entry;
+        Entries::const_iterator entry;
     };
 
-    void openContainer(const Message& container);
-    void writeNext();
-    void writeElement(Level& level);
-    void writeEntry(Level& level);
-    void closeContainer();
+    void open(const Message& container);
+    void writeElements();
+    void writeEntries();
+    void close(char bracket, bool isEmpty);
     void beginChild(bool isFirst);
-    void writeChild(const Message& child);
     void writeScalar(const Message& value);
-    void writeString(const std::wstring& units);
-    void writeEscaped(std::size_t unit);
+    void writeNumber(double value);
+    void writeText(std::string_view text);
+    void writeText(std::wstring_view text);
 
+    TextBuffer& text_;
     const bool pretty_;
+    const bool isClassicLocale_;
     std::string indent_;
-    std::string text_;
     std::vector<Level> levels_;
 };
 

@@ -9,42 +9,49 @@ namespace Korvel {
 
 const std::map<std::wstring, Message>& Message::getMap() const {
     requireType(Type::Map);
-    return slot_.map->entries;
+    return value_.plain.slot.map->entries;
 }
 
 const std::vector<Message>& Message::getVector() const {
     requireType(Type::Vector);
-    return slot_.vector->elements;
+    return value_.plain.slot.vector->elements;
 }
 
 Message& Message::operator[](const std::string& key) {
-    return element(Utf::decode(key));
+    return element(key);
 }
 
 Message& Message::operator[](const std::wstring& key) {
-    return element(Utf::splitSupplementary(key));
+    return element(key);
+}
+
+Message& Message::element(std::string_view key) {
+    return elementAt(Utf::decode(key));
+}
+
+Message& Message::element(std::wstring_view key) {
+    return elementAt(Utf::splitSupplementary(key));
 }
 
 /// The value at a key that is already in its final form.
-Message& Message::element(std::wstring key) {
+Message& Message::elementAt(std::wstring key) {
     if (isNull()) becomeMap();
     requireType(Type::Map);
-    return slot_.map->entries.try_emplace(std::move(key)).first->second;
+    return value_.plain.slot.map->entries.try_emplace(std::move(key)).first->second;
 }
 
 void Message::becomeMap() {
-    slot_.map = new MapNode();
-    type_ = Type::Map;
+    become(Type::Map, {.map = new MapNode()});
 }
 
 Message& Message::operator[](std::size_t position) {
     requireType(Type::Vector);
-    return slot_.vector->elements[position];
+    return value_.plain.slot.vector->elements[position];
 }
 
 const Message& Message::operator[](std::size_t position) const {
     requireType(Type::Vector);
-    return slot_.vector->elements[position];
+    return value_.plain.slot.vector->elements[position];
 }
 
 Message& Message::at(std::string key) {
@@ -56,11 +63,11 @@ const Message& Message::at(std::string key) const {
 }
 
 Message& Message::at(std::wstring key) {
-    return const_cast<Message&>(existing(Utf::splitSupplementary(std::move(key))));
+    return const_cast<Message&>(existing(Utf::splitSupplementary(key)));
 }
 
 const Message& Message::at(std::wstring key) const {
-    return existing(Utf::splitSupplementary(std::move(key)));
+    return existing(Utf::splitSupplementary(key));
 }
 
 const Message& Message::existing(const std::wstring& key) const {
@@ -81,13 +88,13 @@ bool Message::hasKey(const std::wstring& key) const {
 }
 
 std::size_t Message::size() {
-    switch (type_) {
+    switch (type()) {
     case Type::Null:
         return 0;
     case Type::Vector:
-        return slot_.vector->elements.size();
+        return value_.plain.slot.vector->elements.size();
     case Type::Map:
-        return slot_.map->entries.size();
+        return value_.plain.slot.map->entries.size();
     default:
         return 1;
     }
@@ -97,7 +104,7 @@ void Message::push_back(const Message& element) {
     requireType(Type::Vector);
     // The copy comes first: the element may be this Message or stand in the storage that grows.
     Message copy(element);
-    auto& elements = slot_.vector->elements;
+    auto& elements = value_.plain.slot.vector->elements;
     if (elements.size() == elements.capacity()) {
         // The vector itself would copy every tree that it holds.
         std::vector<Message> larger;

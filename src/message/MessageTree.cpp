@@ -11,14 +11,14 @@ struct Message::Teardown {
     MapNode* maps = nullptr;
 
     void take(Message& message) noexcept {
-        if (message.type_ == Type::Vector) {
-            message.slot_.vector->next = vectors;
-            vectors = message.slot_.vector;
-            message.type_ = Type::Null;
-        } else if (message.type_ == Type::Map) {
-            message.slot_.map->next = maps;
-            maps = message.slot_.map;
-            message.type_ = Type::Null;
+        if (message.type() == Type::Vector) {
+            message.value_.plain.slot.vector->next = vectors;
+            vectors = message.value_.plain.slot.vector;
+            message.become(Type::Null, {});
+        } else if (message.type() == Type::Map) {
+            message.value_.plain.slot.map->next = maps;
+            maps = message.value_.plain.slot.map;
+            message.become(Type::Null, {});
         }
     }
 
@@ -38,8 +38,10 @@ struct Message::Teardown {
 };
 
 void Message::reset() noexcept {
-    if (isString()) {
-        delete slot_.string;
+    if (type() == Type::Text) {
+        TextNode::destroy(value_.plain.slot.text);
+    } else if (type() == Type::WideText) {
+        delete value_.plain.slot.wideText;
     } else if (isContainer()) {
         Teardown teardown;
         teardown.take(*this);
@@ -48,8 +50,7 @@ void Message::reset() noexcept {
             if (teardown.maps != nullptr) teardown.destroyMap();
         }
     }
-    slot_ = {};
-    type_ = Type::Null;
+    become(Type::Null, {});
 }
 
 void Message::copyFrom(const Message& source) {
@@ -66,20 +67,20 @@ void Message::copyFrom(const Message& source) {
 
 /// Copies a scalar, and begins a container as an empty one. This Message must be Null.
 void Message::copyValue(const Message& source) {
-    switch (source.type_) {
-    case Type::String:
-        slot_.string = new std::wstring(*source.slot_.string);
+    switch (source.type()) {
+    case Type::Text:
+    case Type::WideText:
+        copyText(source);
         break;
     case Type::Vector:
-        slot_.vector = new VectorNode();
+        become(Type::Vector, {.vector = new VectorNode()});
         break;
     case Type::Map:
-        slot_.map = new MapNode();
+        becomeMap();
         break;
     default:
-        slot_ = source.slot_;
+        value_ = source.value_;
     }
-    type_ = source.type_;
 }
 
 /// Fills this empty container with the children of `source`, of the same type. Containers among
@@ -90,13 +91,13 @@ void Message::copyChildren(const Message& source, OpenCopies& open) {
         if (to.isContainer()) open.emplace_back(&from, &to);
     };
     if (isVector()) {
-        const auto& from = source.slot_.vector->elements;
-        auto& to = slot_.vector->elements;
+        const auto& from = source.value_.plain.slot.vector->elements;
+        auto& to = value_.plain.slot.vector->elements;
         to.resize(from.size());
         for (std::size_t i = 0; i < from.size(); ++i) copyChild(from[i], to[i]);
     } else {
-        auto& to = slot_.map->entries;
-        for (const auto& [key, value] : source.slot_.map->entries) {
+        auto& to = value_.plain.slot.map->entries;
+        for (const auto& [key, value] : source.value_.plain.slot.map->entries) {
             copyChild(value, to.try_emplace(to.end(), key)->second);
         }
     }

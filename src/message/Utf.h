@@ -2,27 +2,43 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 /// Conversion between UTF-8 and UTF-16 in `wchar_t` code units, as Message::strToWstr and
 /// Message::wstrToStr promise it. Failures throw `std::range_error` "bad conversion".
 namespace Korvel::Utf {
 
-std::wstring decode(const std::string& text);
-std::string encode(const std::wstring& text);
+/// The most bytes that one element of a wide text can need.
+constexpr std::size_t LONGEST_SEQUENCE = 4;
+constexpr std::size_t NOT_EXACT = std::string::npos;
 
-/// Appends the UTF-8 bytes of the character that starts at `position` of `text`, and returns the
-/// position behind it.
-std::size_t appendCharacter(std::string& bytes, const std::wstring& text, std::size_t position);
+std::wstring decode(std::string_view text);
+std::string encode(std::wstring_view text);
+
+/// Whether `text` is UTF-8 (the Unicode standard, table 3-7), without the forms that decode reads
+/// beyond that. Such a text survives decode and encode unchanged.
+bool isWellFormed(std::string_view text) noexcept;
+
+/// The size of `text` in UTF-8, or NOT_EXACT for a text that would not read back unit for unit,
+/// which a lone surrogate or an element above U+10FFFF makes.
+std::size_t exactSize(std::wstring_view text) noexcept;
+
+/// Writes a text that has an exactSize, and returns the end.
+char* encodeExact(char* bytes, std::wstring_view text) noexcept;
+
+/// Writes the UTF-8 bytes of the character that starts at `position` of `text` and moves the
+/// position behind it; returns the end of the bytes, at most LONGEST_SEQUENCE further on.
+char* encodeCharacter(char* bytes, std::wstring_view text, std::size_t& position);
 
 /// Whether `text` has an element that stands for a whole supplementary character, as a `wchar_t`
 /// wider than 16 bits can.
-bool hasSupplementaryElement(const std::wstring& text) noexcept;
+bool hasSupplementaryElement(std::wstring_view text) noexcept;
 
 /// `text` with every such element split into its surrogate pair.
-std::wstring splitSupplementary(std::wstring text);
+std::wstring splitSupplementary(std::wstring_view text);
 
 /// The first `limit` bytes of `bytes`, cut back to the last whole character, with U+FFFD for every
 /// byte that belongs to none.
-std::string readablePrefix(const std::string& bytes, std::size_t limit);
+std::string readablePrefix(std::string_view bytes, std::size_t limit);
 
 }  // namespace Korvel::Utf

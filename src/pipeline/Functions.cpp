@@ -1,5 +1,7 @@
 #include <Korvel/Functions.h>
 
+#include "pipeline/Iso8601.h"
+
 #include <Korvel/Extender.h>
 
 #include <locale>
@@ -10,11 +12,23 @@ namespace Korvel {
 namespace {
 
 /// The id as a stream writes it, but without the digit grouping of a global locale.
-std::wstring currentThreadId() {
-    std::wostringstream stream;
+std::string threadIdText() {
+    std::ostringstream stream;
     stream.imbue(std::locale::classic());
     stream << std::this_thread::get_id();
     return stream.str();
+}
+
+/// The same, made once a thread. The cache is plain memory, because a destructor that runs at the
+/// end of a thread would keep the library from being unloaded.
+Message currentThreadId() {
+    thread_local char cache[32] = {};
+    if (cache[0] == '\0') {
+        const std::string text = threadIdText();
+        if (text.size() >= sizeof cache) return text;
+        text.copy(cache, text.size());
+    }
+    return static_cast<const char*>(cache);
 }
 
 }  // namespace
@@ -27,12 +41,12 @@ std::shared_ptr<Logger> createStaticExtender(std::shared_ptr<Logger> logger, std
 
 std::shared_ptr<Logger> createThreadIdExtender(std::shared_ptr<Logger> logger, std::wstring key) {
     return std::make_shared<Extender>(std::move(logger), std::move(key),
-                                      [](const Message&) { return Message(currentThreadId()); });
+                                      [](const Message&) { return currentThreadId(); });
 }
 
 std::shared_ptr<Logger> createTimestampExtender(std::shared_ptr<Logger> logger, std::wstring key) {
     return std::make_shared<Extender>(std::move(logger), std::move(key), [](const Message&) {
-        return Message(createIso8601String(std::chrono::system_clock::now()));
+        return iso8601Message(std::chrono::system_clock::now());
     });
 }
 

@@ -1,3 +1,7 @@
+#include "pipeline/Iso8601.h"
+
+#include "message/IntegerText.h"
+
 #include <Korvel/Functions.h>
 
 #include <ctime>
@@ -8,6 +12,8 @@
 namespace Korvel {
 namespace {
 
+/// Enough for the digits of any year and what stands behind it.
+constexpr std::size_t LONGEST = 64;
 constexpr std::int64_t MILLISECONDS_PER_DAY = 86400000;
 constexpr std::int64_t DAYS_PER_ERA = 146097;   // The calendar repeats itself after 400 years.
 constexpr std::int64_t DAYS_TO_EPOCH = 719468;  // From 0000-03-01 to 1970-01-01.
@@ -19,8 +25,21 @@ struct Date {
     unsigned day;
 };
 
+/// A day since 1970-01-01, and the time of that day.
+struct Moment {
+    std::int64_t day;
+    unsigned millisecond;
+};
+
 std::int64_t floorDivide(std::int64_t dividend, std::int64_t divisor) {
     return dividend / divisor - (dividend % divisor < 0 ? 1 : 0);
+}
+
+Moment toMoment(const std::chrono::system_clock::time_point& time) {
+    const std::int64_t sinceEpoch =
+        std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch()).count();
+    const std::int64_t day = floorDivide(sinceEpoch, MILLISECONDS_PER_DAY);
+    return {day, static_cast<unsigned>(sinceEpoch - day * MILLISECONDS_PER_DAY)};
 }
 
 /// The date of a day since 1970-01-01. Years are counted from 1 March inside, which puts the leap
@@ -46,63 +65,75 @@ int dayOfYear(const Date& date) {
     return DAYS_BEFORE[date.month - 1] + leapDay + static_cast<int>(date.day) - 1;
 }
 
-void appendPadded(std::wstring& text, std::uint64_t value, std::size_t width) {
-    const std::wstring digits = std::to_wstring(value);
-    if (digits.size() < width) text.append(width - digits.size(), L'0');
-    text += digits;
+/// Years have at least four digits.
+char* writeYear(char* out, std::int64_t year) {
+    if (year < 0) *out++ = '-';
+    const std::int64_t magnitude = year < 0 ? -year : year;
+    return magnitude < 10000
+               ? IntegerText::writePadded(out, static_cast<std::uint64_t>(magnitude), 4)
+               : IntegerText::write(out, magnitude);
 }
 
-std::wstring classicText(const Date& date, unsigned secondOfDay) {
-    std::wstring text;
-    if (date.year < 0) text.push_back(L'-');
-    appendPadded(text, static_cast<std::uint64_t>(date.year < 0 ? -date.year : date.year), 4);
-    text.push_back(L'-');
-    appendPadded(text, date.month, 2);
-    text.push_back(L'-');
-    appendPadded(text, date.day, 2);
-    text.push_back(L'T');
-    appendPadded(text, secondOfDay / 3600, 2);
-    text.push_back(L':');
-    appendPadded(text, secondOfDay / 60 % 60, 2);
-    text.push_back(L':');
-    appendPadded(text, secondOfDay % 60, 2);
-    return text;
+/// Writes a separator and a number of two digits.
+char* writeField(char* out, char separator, unsigned value) {
+    *out = separator;
+    return IntegerText::writePadded(out + 1, value, 2);
 }
 
-std::wstring facetText(const Date& date, unsigned secondOfDay, std::int64_t daysSinceEpoch) {
+/// The milliseconds and the mark of UTC.
+char* writeEnd(char* out, unsigned milliseconds) {
+    *out = '.';
+    out = IntegerText::writePadded(out + 1, milliseconds, 3);
+    *out = 'Z';
+    return out + 1;
+}
+
+std::string classicText(const Moment& moment) {
+    const Date date = toDate(moment.day);
+    const unsigned second = moment.millisecond / 1000;
+    char text[LONGEST];
+    char* end = writeYear(text, date.year);
+    end = writeField(end, '-', date.month);
+    end = writeField(end, '-', date.day);
+    end = writeField(end, 'T', second / 3600);
+    end = writeField(end, ':', second / 60 % 60);
+    end = writeField(end, ':', second % 60);
+    return {&text[0], writeEnd(end, moment.millisecond % 1000)};
+}
+
+std::wstring facetText(const Moment& moment) {
+    const Date date = toDate(moment.day);
+    const unsigned second = moment.millisecond / 1000;
     std::tm fields = {};
     fields.tm_year = static_cast<int>(date.year - 1900);
     fields.tm_mon = static_cast<int>(date.month) - 1;
     fields.tm_mday = static_cast<int>(date.day);
-    fields.tm_hour = static_cast<int>(secondOfDay / 3600);
-    fields.tm_min = static_cast<int>(secondOfDay / 60 % 60);
-    fields.tm_sec = static_cast<int>(secondOfDay % 60);
+    fields.tm_hour = static_cast<int>(second / 3600);
+    fields.tm_min = static_cast<int>(second / 60 % 60);
+    fields.tm_sec = static_cast<int>(second % 60);
     // 1970-01-01 was a Thursday, and weekdays count from Sunday.
-    fields.tm_wday = static_cast<int>(((daysSinceEpoch + 4) % 7 + 7) % 7);
+    fields.tm_wday = static_cast<int>(((moment.day + 4) % 7 + 7) % 7);
     fields.tm_yday = dayOfYear(date);
     std::wostringstream stream;
     const std::wstring format = L"%FT%T";
     const auto& facet = std::use_facet<std::time_put<wchar_t>>(stream.getloc());
     facet.put(std::ostreambuf_iterator<wchar_t>(stream), stream, L' ', &fields, format.data(),
               format.data() + format.size());
-    return stream.str();
+    char text[LONGEST];
+    char* const end = writeEnd(text, moment.millisecond % 1000);
+    return stream.str() + std::wstring(&text[0], end);
 }
 
 }  // namespace
 
 std::wstring createIso8601String(const std::chrono::system_clock::time_point& time) {
-    const std::int64_t sinceEpoch =
-        std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch()).count();
-    const std::int64_t days = floorDivide(sinceEpoch, MILLISECONDS_PER_DAY);
-    const auto milliseconds = static_cast<unsigned>(sinceEpoch - days * MILLISECONDS_PER_DAY);
-    const Date date = toDate(days);
-    std::wstring text = std::locale() == std::locale::classic()
-                            ? classicText(date, milliseconds / 1000)
-                            : facetText(date, milliseconds / 1000, days);
-    text.push_back(L'.');
-    appendPadded(text, milliseconds % 1000, 3);
-    text.push_back(L'Z');
-    return text;
+    return iso8601Message(time).getWstring();
+}
+
+Message iso8601Message(const std::chrono::system_clock::time_point& time) {
+    const Moment moment = toMoment(time);
+    if (std::locale() == std::locale::classic()) return classicText(moment);
+    return facetText(moment);
 }
 
 }  // namespace Korvel

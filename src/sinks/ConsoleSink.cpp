@@ -12,7 +12,7 @@ ConsoleSink::ConsoleSink() : ConsoleSink(std::cout) {}
 ConsoleSink::ConsoleSink(std::ostream& stream, const std::vector<std::wstring>& keys)
     : keys_(keys), stream_(stream) {
     // Keys of a Map are kept split, and isListed compares with those.
-    for (auto& key : keys_) key = Utf::splitSupplementary(std::move(key));
+    for (auto& key : keys_) key = Utf::splitSupplementary(key);
 }
 
 ConsoleSink::~ConsoleSink() = default;

@@ -1,5 +1,7 @@
 #include <Korvel/FileSink.h>
 
+#include "message/JsonWriter.h"
+#include "message/TextBuffer.h"
 #include "message/Utf.h"
 #include "sinks/OutputFile.h"
 
@@ -8,7 +10,7 @@ namespace {
 
 constexpr std::size_t NOTICE_BYTES = 500;
 
-Message oversizeNotice(const std::string& text) {
+Message oversizeNotice(std::string_view text) {
     return {{"message", "Message to long"},
             {"messageData", Utf::readablePrefix(text, NOTICE_BYTES)}};
 }
@@ -40,13 +42,19 @@ void FileSink::flush() {
 }
 
 void FileSink::append(const Message& message) {
-    std::string text = message.toJson(pretty_, std::string());
-    if (text.size() > sizeLimit_) text = oversizeNotice(text).toJson(pretty_, std::string());
-    writeLine(std::move(text));
+    TextBuffer line;
+    JsonWriter(line, pretty_, std::string()).write(message);
+    if (line.view().size() > sizeLimit_) {
+        appendString(oversizeNotice(line.view()).toJson(pretty_, std::string()));
+        return;
+    }
+    line.push_back('\n');
+    write(line.view());
 }
 
 void FileSink::appendString(std::string text) {
-    writeLine(std::move(text));
+    text.push_back('\n');
+    write(text);
 }
 
 std::uint64_t FileSink::getSize() {
@@ -54,10 +62,9 @@ std::uint64_t FileSink::getSize() {
     return stream_->position();
 }
 
-void FileSink::writeLine(std::string line) {
-    line.push_back('\n');
+void FileSink::write(std::string_view line) {
     const std::lock_guard<std::mutex> guard(sinkLock);
-    stream_->write(std::move(line));
+    stream_->write(line);
 }
 
 }  // namespace Korvel

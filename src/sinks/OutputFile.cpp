@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <string>
 
 namespace Korvel {
 namespace {
@@ -35,7 +36,7 @@ void closeFile(int descriptor) {
     _close(descriptor);
 }
 
-std::string lineEndsOnDisk(std::string text) {
+std::string lineEndsOnDisk(std::string_view text) {
     std::string translated;
     translated.reserve(text.size() + 2);
     for (const char byte : text) {
@@ -70,7 +71,7 @@ void closeFile(int descriptor) {
     close(descriptor);
 }
 
-std::string lineEndsOnDisk(std::string text) {
+std::string_view lineEndsOnDisk(std::string_view text) {
     return text;
 }
 
@@ -105,8 +106,8 @@ OutputFile::~OutputFile() {
     if (descriptor_ != CLOSED) closeFile(descriptor_);
 }
 
-void OutputFile::write(std::string text) {
-    const std::string bytes = lineEndsOnDisk(std::move(text));
+void OutputFile::write(std::string_view text) {
+    const auto bytes = lineEndsOnDisk(text);
     std::size_t done = 0;
     while (!hasFailed_ && done < bytes.size()) {
         const std::int64_t written =

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <string>
+#include <string_view>
 #include <system_error>
 
 namespace Korvel {
@@ -28,7 +28,7 @@ public:
     ~OutputFile();
 
     /// One write to the system, unless it takes the text in pieces.
-    void write(std::string text);
+    void write(std::string_view text);
 
     /// The write position in bytes from the start of the file, asked of the system; all ones if the
     /// file has failed or has no position.

@@ -1,0 +1,186 @@
+#include "message/DoubleText.h"
+
+#include "message/IntegerText.h"
+
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <sstream>
+
+namespace Korvel::DoubleText {
+namespace {
+
+constexpr int PRECISION = 6;
+constexpr std::uint64_t SEVEN_DIGITS = 1000000;
+constexpr int MANTISSA_BITS = 52;
+constexpr int EXPONENT_BIAS = 1075;  // Of a mantissa that is read as an integer.
+
+/// The greatest power of five in 64 bits; the smallest magnitudes that it scales to six digits are
+/// those of 1e-22.
+constexpr int MOST_FIVES = 27;
+constexpr int LEAST_EXPONENT = PRECISION - 1 - MOST_FIVES;
+constexpr int MOST_BINARY_EXPONENT = 63;
+constexpr int MOST_TENS = 14;
+
+constexpr std::array<std::uint64_t, MOST_FIVES + 1> powersOf(std::uint64_t base, int count) {
+    std::array<std::uint64_t, MOST_FIVES + 1> powers = {1};
+    for (int i = 1; i <= count; ++i) {
+        powers[static_cast<std::size_t>(i)] = powers[static_cast<std::size_t>(i) - 1] * base;
+    }
+    return powers;
+}
+
+constexpr auto POWERS_OF_5 = powersOf(5, MOST_FIVES);
+constexpr auto POWERS_OF_10 = powersOf(10, MOST_TENS);
+
+/// A finite magnitude: mantissa * 2^exponent.
+struct Binary {
+    std::uint64_t mantissa;
+    int exponent;
+};
+
+/// A magnitude as whole digits, and what part of a unit is left: its first binary place, and
+/// whether anything stands behind that.
+struct Scaled {
+    std::uint64_t digits;
+    bool half;
+    bool more;
+};
+
+struct Product {
+    std::uint64_t high;
+    std::uint64_t low;
+};
+
+Product multiply(std::uint64_t a, std::uint64_t b) {
+    const std::uint64_t aLow = a & 0xFFFFFFFF;
+    const std::uint64_t aHigh = a >> 32;
+    const std::uint64_t bLow = b & 0xFFFFFFFF;
+    const std::uint64_t bHigh = b >> 32;
+    const std::uint64_t low = aLow * bLow;
+    const std::uint64_t middle = aHigh * bLow + (low >> 32);
+    const std::uint64_t other = aLow * bHigh + (middle & 0xFFFFFFFF);
+    return {aHigh * bHigh + (middle >> 32) + (other >> 32), (other << 32) | (low & 0xFFFFFFFF)};
+}
+
+/// product / 2^shift, for a shift from 1 to 127.
+Scaled shiftDown(Product product, int shift) {
+    if (shift > 64) {
+        const std::uint64_t half = std::uint64_t{1} << (shift - 65);
+        return {product.high >> (shift - 64), (product.high & half) != 0,
+                (product.high & (half - 1)) != 0 || product.low != 0};
+    }
+    const std::uint64_t half = std::uint64_t{1} << (shift - 1);
+    const std::uint64_t digits =
+        shift == 64 ? product.high : (product.high << (64 - shift)) | (product.low >> shift);
+    return {digits, (product.low & half) != 0, (product.low & (half - 1)) != 0};
+}
+
+/// value * 10^places, exactly: the fives by multiplication and the twos by the shift. The product
+/// has at least 53 bits and the result at most 24, so the shift is always to the right.
+Scaled scaleUp(Binary value, int places) {
+    const Product product = multiply(value.mantissa, POWERS_OF_5[static_cast<std::size_t>(places)]);
+    return shiftDown(product, -(value.exponent + places));
+}
+
+/// value / 10^places, exactly, for values below 2^64.
+Scaled scaleDown(Binary value, int places) {
+    const Scaled whole = value.exponent >= 0
+                             ? Scaled{value.mantissa << value.exponent, false, false}
+                             : shiftDown({0, value.mantissa}, -value.exponent);
+    const std::uint64_t power = POWERS_OF_10[static_cast<std::size_t>(places)];
+    const std::uint64_t rest = whole.digits % power;
+    const bool isHalf = rest >= power / 2;
+    return {whole.digits / power, isHalf,
+            rest != (isHalf ? power / 2 : 0) || whole.half || whole.more};
+}
+
+/// Rounds to nearest, a tie to the even digit.
+std::uint64_t roundUnits(Scaled scaled) {
+    const bool up = scaled.half && (scaled.more || scaled.digits % 2 == 1);
+    return scaled.digits + (up ? 1 : 0);
+}
+
+/// Rounds seven digits to six.
+std::uint64_t roundTens(Scaled scaled) {
+    const std::uint64_t last = scaled.digits % 10;
+    const std::uint64_t digits = scaled.digits / 10;
+    const bool isOver = last > 5 || (last == 5 && (scaled.half || scaled.more));
+    return digits + (isOver || (last == 5 && digits % 2 == 1) ? 1 : 0);
+}
+
+/// Writes six digits in general notation, of which the first has the weight 10^exponent.
+char* writeDigits(char* out, std::uint64_t digits, int exponent) {
+    char text[PRECISION];
+    IntegerText::writePadded(text, digits, PRECISION);
+    int count = PRECISION;
+    while (count > 1 && text[count - 1] == '0') --count;
+    const auto put = [&](int from, int to) {
+        for (int i = from; i < to; ++i) *out++ = i < count ? text[i] : '0';
+    };
+    const bool isScientific = exponent < -4 || exponent >= PRECISION;
+    if (!isScientific && exponent < 0) {
+        std::memcpy(out, "0.000", 5);
+        out += 1 - exponent;
+        put(0, count);
+        return out;
+    }
+    const int whole = isScientific ? 1 : exponent + 1;
+    put(0, whole);
+    if (count > whole) {
+        *out++ = '.';
+        put(whole, count);
+    }
+    if (!isScientific) return out;
+    *out++ = 'e';
+    *out++ = exponent < 0 ? '-' : '+';
+    return IntegerText::writePadded(out, static_cast<std::uint64_t>(std::abs(exponent)), 2);
+}
+
+}  // namespace
+
+char* write(char* out, double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    const int biased = static_cast<int>(bits >> MANTISSA_BITS) & 0x7FF;
+    const std::uint64_t hidden = std::uint64_t{1} << MANTISSA_BITS;
+    const Binary magnitude = {(bits & (hidden - 1)) | hidden, biased - EXPONENT_BIAS};
+    const int binaryExponent = magnitude.exponent + MANTISSA_BITS;
+    // The decimal exponent, or one less: 1233 / 4096 is a little below the logarithm of 2, and the
+    // shift rounds down.
+    int exponent = (binaryExponent * 1233) >> 12;
+    if (exponent < LEAST_EXPONENT || binaryExponent > MOST_BINARY_EXPONENT) {
+        return writeSlowly(out, value);
+    }
+    const int places = PRECISION - 1 - exponent;
+    const Scaled scaled = places >= 0 ? scaleUp(magnitude, places) : scaleDown(magnitude, -places);
+    std::uint64_t digits = 0;
+    if (scaled.digits < SEVEN_DIGITS) {
+        digits = roundUnits(scaled);
+    } else {
+        digits = roundTens(scaled);
+        ++exponent;
+    }
+    if (digits == SEVEN_DIGITS) {
+        digits /= 10;
+        ++exponent;
+    }
+    if (value < 0) *out++ = '-';
+    return writeDigits(out, digits, exponent);
+}
+
+char* writeSlowly(char* out, double value) {
+    if (std::isfinite(value)) {
+        return std::to_chars(out, out + LONGEST, value, std::chars_format::general, PRECISION).ptr;
+    }
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    stream << value;
+    const std::string text = stream.str();
+    std::memcpy(out, text.data(), text.size());
+    return out + text.size();
+}
+
+}  // namespace Korvel::DoubleText

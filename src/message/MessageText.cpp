@@ -1,0 +1,86 @@
+// How a Message keeps a text. Narrow text goes in and JSON comes out more often than anything reads
+// units, so every text that UTF-8 can tell is kept in UTF-8.
+
+#include "message/MessageNodes.h"
+#include "message/Utf.h"
+
+#include <cstring>
+#include <new>
+
+namespace Korvel {
+
+Message::TextNode* Message::TextNode::create(std::size_t size) {
+    return new (::operator new(sizeof(TextNode) + size)) TextNode{size};
+}
+
+void Message::TextNode::destroy(TextNode* node) noexcept {
+    ::operator delete(node);
+}
+
+Message::Message(const char* text) : Message() {
+    const std::string_view bytes(text);
+    if (Utf::isWellFormed(bytes)) {
+        std::memcpy(makeText(bytes.size()), bytes.data(), bytes.size());
+    } else {
+        // Forms that are read though they are no UTF-8 of today.
+        Message units(std::wstring_view(Utf::decode(bytes)), Whole());
+        adopt(units);
+    }
+}
+
+Message::Message(const wchar_t* text) : Message(std::wstring_view(text), Whole()) {}
+
+Message::Message(std::wstring_view text, Whole) : Message() {
+    const std::size_t size = Utf::exactSize(text);
+    if (size != Utf::NOT_EXACT) {
+        Utf::encodeExact(makeText(size), text);
+    } else {
+        become(Type::WideText, {.wideText = new std::wstring(Utf::splitSupplementary(text))});
+    }
+}
+
+/// Makes this Null a text of `size` bytes, which the caller fills in.
+char* Message::makeText(std::size_t size) {
+    if (size <= sizeof value_.brief.bytes) {
+        value_.brief = {Type::ShortText, static_cast<std::uint8_t>(size), {}};
+        return value_.brief.bytes;
+    }
+    become(Type::Text, {.text = TextNode::create(size)});
+    return value_.plain.slot.text->bytes();
+}
+
+/// The text of a String that is not wide.
+std::string_view Message::narrowText() const noexcept {
+    if (type() == Type::ShortText) return {value_.brief.bytes, value_.brief.size};
+    return {value_.plain.slot.text->bytes(), value_.plain.slot.text->size};
+}
+
+/// Copies a text that owns storage into this Null.
+void Message::copyText(const Message& source) {
+    if (source.type() == Type::Text) {
+        const std::string_view text = source.narrowText();
+        std::memcpy(makeText(text.size()), text.data(), text.size());
+    } else {
+        become(Type::WideText, {.wideText = new std::wstring(source.wideText())});
+    }
+}
+
+std::wstring Message::getWstring() const {
+    requireString();
+    return type() == Type::WideText ? wideText() : Utf::decode(narrowText());
+}
+
+std::string Message::getString() const {
+    requireString();
+    return type() == Type::WideText ? Utf::encode(wideText()) : std::string(narrowText());
+}
+
+std::wstring Message::strToWstr(const std::string& text) {
+    return Utf::decode(text);
+}
+
+std::string Message::wstrToStr(const std::wstring& text) {
+    return Utf::encode(text);
+}
+
+}  // namespace Korvel

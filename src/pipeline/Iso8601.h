@@ -1,0 +1,12 @@
+#pragma once
+
+#include <Korvel/Message.h>
+
+#include <chrono>
+
+namespace Korvel {
+
+/// The text of createIso8601String as a Message, without its way through wide text.
+Message iso8601Message(const std::chrono::system_clock::time_point& time);
+
+}  // namespace Korvel
