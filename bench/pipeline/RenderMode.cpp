@@ -1,0 +1,4 @@
+#include "pipeline/Modes.h"
+namespace Bench {
+void workRendering(const Arguments&) {}
+}
