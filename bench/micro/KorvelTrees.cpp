@@ -1,0 +1,12 @@
+#include "micro/Subjects.h"
+#include "micro/TreeBenchmarks.h"
+#include "support/KorvelRequest.h"
+#include "support/Shapes.h"
+
+namespace Bench {
+
+void addKorvelTrees() {
+    addTrees("korvel", &korvelList, &korvelKeys, korvelEntry());
+}
+
+}  // namespace Bench

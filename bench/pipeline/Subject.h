@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace Bench {
+
+/// What one thread logs with.
+class Producer {
+public:
+    Producer() = default;
+    Producer(const Producer&) = delete;
+    Producer& operator=(const Producer&) = delete;
+    virtual ~Producer() = default;
+
+    /// Builds the entry of request `number` and logs it.
+    virtual void log(unsigned number) = 0;
+};
+
+/// A logger with its queue, its worker thread and its file.
+class Subject {
+public:
+    Subject() = default;
+    Subject(const Subject&) = delete;
+    Subject& operator=(const Subject&) = delete;
+    virtual ~Subject() = default;
+
+    virtual std::unique_ptr<Producer> makeProducer() = 0;
+
+    /// Lets the worker finish, and calls `reached` when the last entry is in the file. Nothing is
+    /// logged afterwards.
+    virtual void drain(const std::function<void()>& reached) = 0;
+};
+
+struct Setup {
+    std::filesystem::path file;
+    /// How many entries will come in all, for a queue that has a size.
+    std::size_t entries = 0;
+    /// The worker delivers nothing: every entry stays in the queue.
+    bool held = false;
+};
+
+/// Each is empty where its name is another's.
+std::unique_ptr<Subject> makeKorvel(const std::string& name, const Setup& setup);
+std::unique_ptr<Subject> makeSpdlog(const std::string& name, const Setup& setup);
+std::unique_ptr<Subject> makeBoost(const std::string& name, const Setup& setup);
+
+/// Throws `std::invalid_argument` for a name that this build does not know.
+std::unique_ptr<Subject> makeSubject(const std::string& name, const Setup& setup);
+
+/// The names that this build knows, with spaces between them.
+std::string subjectNames();
+
+}  // namespace Bench
