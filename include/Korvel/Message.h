@@ -57,7 +57,7 @@ std::int64_t toInteger(T value) {
 ///
 /// A Message owns its whole tree and shares nothing. Copies are deep, and so is construction from a
 /// temporary; only move assignment transfers. Depth is bounded by memory alone: no operation
-/// recurses with it, so a deep tree is safe on a thread with a small stack.
+/// recurses far with it, so a deep tree is safe on a thread with a small stack.
 ///
 /// Text. Narrow text is UTF-8, wide text is UTF-16 with one code unit in each `wchar_t`, on every
 /// platform. Keys are kept wide, and values so that each form reads back exactly as strToWstr and
@@ -291,7 +291,7 @@ private:
     using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
 
     /// The one construction that transfers; for the library's own hand-over of an entry.
-    Message(TakeOver, Message& source) noexcept : Message() { adopt(source); }
+    Message(TakeOver, Message& source) noexcept : value_(source.take()) {}
     Message(std::wstring_view text, Whole);
 
     Type type() const noexcept { return value_.plain.type; }
@@ -300,15 +300,20 @@ private:
     void requireType(Type wanted) const;
     void requireString() const;
     void become(Type type, Slot slot) noexcept;
-    void becomeMap();
-    void adopt(Message& source) noexcept;
+    void becomeVector(std::vector<Message> elements);
+    void becomeMap(std::map<std::wstring, Message> entries);
+    Value take() noexcept;
+    void storeUnits(std::wstring_view text);
+    bool storeShortAscii(std::wstring_view text) noexcept;
     char* makeText(std::size_t size);
     std::string_view narrowText() const noexcept;
     const std::wstring& wideText() const noexcept { return *value_.plain.slot.wideText; }
     void copyText(const Message& source);
     void copyFrom(const Message& source);
-    void copyValue(const Message& source);
+    void copyDeep(const Message& source);
+    void beginCopy(const Message& source, OpenCopies& open);
     void copyChildren(const Message& source, OpenCopies& open);
+    void destroyContainer() noexcept;
     Message& element(std::string_view key);
     Message& element(std::wstring_view key);
     Message& elementAt(std::wstring key);

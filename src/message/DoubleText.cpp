@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <locale>
 #include <sstream>
 
 namespace Korvel::DoubleText {
@@ -112,32 +113,64 @@ std::uint64_t roundTens(Scaled scaled) {
     return digits + (isOver || (last == 5 && digits % 2 == 1) ? 1 : 0);
 }
 
+/// The digits of a number below 1,000,000 as text, the first in the lowest byte. Three steps split
+/// it into two groups of four digits (counted with two zeros in front), these into four of two, and
+/// these into eight digits, all groups of a step at once. Each multiplication and shift is a
+/// division by 100 or 10 that is exact for values as small as these.
+std::uint64_t sixDigits(std::uint32_t number) {
+    const std::uint64_t fours = number / 10000 | std::uint64_t{number % 10000} << 32;
+    const std::uint64_t hundreds = ((fours * 10486) >> 20) & 0x0000007F0000007F;
+    const std::uint64_t twos = hundreds | (fours - 100 * hundreds) << 16;
+    const std::uint64_t tens = ((twos * 103) >> 10) & 0x000F000F000F000F;
+    const std::uint64_t ones = tens | (twos - 10 * tens) << 8;
+    return (ones | 0x3030303030303030) >> 16;
+}
+
+/// Writes eight bytes, the lowest first.
+void storeBytes(char* out, std::uint64_t bytes) {
+    if constexpr (std::endian::native == std::endian::little) {
+        std::memcpy(out, &bytes, sizeof bytes);
+    } else {
+        for (unsigned i = 0; i < 8; ++i) out[i] = static_cast<char>(bytes >> (8 * i) & 0xFF);
+    }
+}
+
 /// Writes six digits in general notation, of which the first has the weight 10^exponent.
-char* writeDigits(char* out, std::uint64_t digits, int exponent) {
-    char text[PRECISION];
-    IntegerText::writePadded(text, digits, PRECISION);
-    int count = PRECISION;
-    while (count > 1 && text[count - 1] == '0') --count;
-    const auto put = [&](int from, int to) {
-        for (int i = from; i < to; ++i) *out++ = i < count ? text[i] : '0';
-    };
+char* writeDigits(char* out, std::uint32_t digits, int exponent) {
+    const std::uint64_t text = sixDigits(digits);
+    // Trailing zeros go; digits count from the lowest byte, and the first is never a zero.
+    const int count = 8 - std::countl_zero(text ^ 0x303030303030) / 8;
     const bool isScientific = exponent < -4 || exponent >= PRECISION;
     if (!isScientific && exponent < 0) {
         std::memcpy(out, "0.000", 5);
         out += 1 - exponent;
-        put(0, count);
-        return out;
+        storeBytes(out, text);
+        return out + count;
     }
     const int whole = isScientific ? 1 : exponent + 1;
-    put(0, whole);
-    if (count > whole) {
-        *out++ = '.';
-        put(whole, count);
-    }
+    storeBytes(out, text);
+    out[whole] = '.';
+    storeBytes(out + whole + 1, text >> (8 * whole));
+    out += count > whole ? count + 1 : whole;
     if (!isScientific) return out;
-    *out++ = 'e';
-    *out++ = exponent < 0 ? '-' : '+';
-    return IntegerText::writePadded(out, static_cast<std::uint64_t>(std::abs(exponent)), 2);
+    out[0] = 'e';
+    out[1] = exponent < 0 ? '-' : '+';
+    return IntegerText::writePadded(out + 2, static_cast<unsigned>(std::abs(exponent)), 2);
+}
+
+std::string streamed(double value, const std::locale& locale) {
+    std::ostringstream stream;
+    stream.imbue(locale);
+    stream << value;
+    return stream.str();
+}
+
+char* writeSlowly(char* out, double value) {
+    if (std::isfinite(value)) {
+        return std::to_chars(out, out + LONGEST, value, std::chars_format::general, PRECISION).ptr;
+    }
+    const std::string text = streamed(value, std::locale::classic());
+    return out + text.copy(out, text.size());
 }
 
 }  // namespace
@@ -167,20 +200,13 @@ char* write(char* out, double value) {
         digits /= 10;
         ++exponent;
     }
-    if (value < 0) *out++ = '-';
-    return writeDigits(out, digits, exponent);
+    *out = '-';
+    out += value < 0 ? 1 : 0;
+    return writeDigits(out, static_cast<std::uint32_t>(digits), exponent);
 }
 
-char* writeSlowly(char* out, double value) {
-    if (std::isfinite(value)) {
-        return std::to_chars(out, out + LONGEST, value, std::chars_format::general, PRECISION).ptr;
-    }
-    std::ostringstream stream;
-    stream.imbue(std::locale::classic());
-    stream << value;
-    const std::string text = stream.str();
-    std::memcpy(out, text.data(), text.size());
-    return out + text.size();
+std::string inGlobalLocale(double value) {
+    return streamed(value, std::locale());
 }
 
 }  // namespace Korvel::DoubleText

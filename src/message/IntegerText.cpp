@@ -1,12 +1,13 @@
 #include "message/IntegerText.h"
 
 #include <array>
+#include <bit>
 #include <cstring>
 
 namespace Korvel::IntegerText {
 namespace {
 
-/// "00" to "99": two digits a step halve the divisions.
+/// "00" to "99".
 constexpr std::array<char, 200> PAIRS = [] {
     std::array<char, 200> pairs = {};
     for (unsigned i = 0; i < 100; ++i) {
@@ -16,38 +17,54 @@ constexpr std::array<char, 200> PAIRS = [] {
     return pairs;
 }();
 
+/// 10^0 to 10^19.
+constexpr std::array<std::uint64_t, 20> POWERS = [] {
+    std::array<std::uint64_t, 20> powers = {1};
+    for (std::size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+    return powers;
+}();
+
+/// Free of branches, because the number of digits of what logs hold is hard to predict.
 unsigned countDigits(std::uint64_t value) {
-    unsigned count = 1;
-    while (value >= 10000) {
-        value /= 10000;
-        count += 4;
-    }
-    if (value >= 1000) return count + 3;
-    if (value >= 100) return count + 2;
-    return value >= 10 ? count + 1 : count;
+    // 1233 / 4096 is close to the logarithm of 2: the guess is right or one too small.
+    const unsigned guess = static_cast<unsigned>(std::bit_width(value | 1)) * 1233 >> 12;
+    return guess + ((value | 1) >= POWERS[guess] ? 1 : 0);
+}
+
+void writePair(char* out, std::uint64_t value) {
+    std::memcpy(out, &PAIRS[value * 2], 2);
+}
+
+void writeFour(char* out, std::uint64_t value) {
+    writePair(out, value / 100);
+    writePair(out + 2, value % 100);
 }
 
 }  // namespace
 
 char* write(char* out, std::int64_t value) noexcept {
+    *out = '-';
+    out += value < 0 ? 1 : 0;
     // Unsigned, because the smallest integer has no positive twin.
-    auto magnitude = static_cast<std::uint64_t>(value);
-    if (value < 0) {
-        *out++ = '-';
-        magnitude = 0 - magnitude;
+    const auto bits = static_cast<std::uint64_t>(value);
+    std::uint64_t magnitude = value < 0 ? 0 - bits : bits;
+    char* const end = out + countDigits(magnitude);
+    char* position = end;
+    // Four digits a step make the chain of divisions short.
+    for (; magnitude >= 10000; magnitude /= 10000) {
+        position -= 4;
+        writeFour(position, magnitude % 10000);
     }
-    return writePadded(out, magnitude, countDigits(magnitude));
+    writePadded(out, static_cast<unsigned>(magnitude), static_cast<unsigned>(position - out));
+    return end;
 }
 
-char* writePadded(char* out, std::uint64_t value, unsigned count) noexcept {
+char* writePadded(char* out, unsigned value, unsigned count) noexcept {
     char* const end = out + count;
-    char* position = end;
-    for (; count >= 2; count -= 2) {
-        position -= 2;
-        std::memcpy(position, &PAIRS[value % 100 * 2], 2);
-        value /= 100;
-    }
-    if (count == 1) *(position - 1) = static_cast<char>('0' + value % 10);
+    if (count >= 2) writePair(end - 2, value % 100);
+    if (count == 4) writePair(out, value / 100);
+    if (count == 3) *out = static_cast<char>('0' + value / 100);
+    if (count == 1) *out = static_cast<char>('0' + value);
     return end;
 }
 

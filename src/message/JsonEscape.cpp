@@ -1,5 +1,6 @@
 #include "message/JsonEscape.h"
 
+#include "message/TextBlock.h"
 #include "message/Utf.h"
 
 #include <array>
@@ -41,45 +42,12 @@ inline char* writeByte(char* out, unsigned char byte) {
     return out + escape.size;
 }
 
-constexpr std::uint64_t everyByte(std::uint64_t byte) {
-    return byte * 0x0101010101010101;
-}
-
-/// Whether one of the eight bytes needs an escape. A byte of zero sets its high bit by the
-/// subtraction, unless that bit was set before; a borrow can add bits, but only above a true one.
-inline bool needsEscape(std::uint64_t word) {
-    constexpr std::uint64_t HIGH_BITS = everyByte(0x80);
-    const std::uint64_t quotes = word ^ everyByte('"');
-    const std::uint64_t backslashes = word ^ everyByte('\\');
-    const std::uint64_t hits = ((word - everyByte(0x20)) & ~word) |
-                               ((quotes - everyByte(1)) & ~quotes) |
-                               ((backslashes - everyByte(1)) & ~backslashes);
-    return (hits & HIGH_BITS) != 0;
-}
-
-}  // namespace
-
-char* write(char* out, std::string_view text) noexcept {
-    while (text.size() >= sizeof(std::uint64_t)) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, text.data(), sizeof word);
-        if (needsEscape(word)) {
-            out = writeBytewise(out, text.substr(0, sizeof word));
-        } else {
-            std::memcpy(out, &word, sizeof word);
-            out += sizeof word;
-        }
-        text.remove_prefix(sizeof word);
-    }
-    return writeBytewise(out, text);
-}
-
-char* writeBytewise(char* out, std::string_view text) noexcept {
+char* writeBytewise(char* out, std::string_view text) {
     for (const char byte : text) out = writeByte(out, static_cast<unsigned char>(byte));
     return out;
 }
 
-char* write(char* out, std::wstring_view text) {
+char* writeCharacterwise(char* out, std::wstring_view text) {
     std::size_t position = 0;
     while (position < text.size()) {
         const auto unit = static_cast<std::uint32_t>(text[position]);
@@ -89,6 +57,29 @@ char* write(char* out, std::wstring_view text) {
         } else {
             out = Utf::encodeCharacter(out, text, position);
         }
+    }
+    return out;
+}
+
+}  // namespace
+
+char* write(char* out, std::string_view text) noexcept {
+    for (; text.size() >= TextBlock::SIZE; text.remove_prefix(TextBlock::SIZE)) {
+        if (TextBlock::needsEscape(text.data())) {
+            out = writeBytewise(out, text.substr(0, TextBlock::SIZE));
+        } else {
+            std::memcpy(out, text.data(), TextBlock::SIZE);
+            out += TextBlock::SIZE;
+        }
+    }
+    return writeBytewise(out, text);
+}
+
+char* write(char* out, std::wstring_view text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto unit = static_cast<std::uint32_t>(text[i]);
+        if (unit >= 0x80) return writeCharacterwise(out, text.substr(i));
+        out = writeByte(out, static_cast<unsigned char>(unit));
     }
     return out;
 }

@@ -7,17 +7,14 @@
 /// backslash and the control characters below U+0020 are escaped, everything else is itself.
 namespace Korvel::JsonEscape {
 
-/// What a text of that many bytes or units can need at most, and a little more: the writers may
-/// write up to there, and return the end of what counts.
+/// What a text of that many bytes or units and its quotes can need at most, and a little more: the
+/// writers may write up to there, and return the end of what counts.
 constexpr std::size_t roomFor(std::size_t size) {
-    return 6 * size + 8;
+    return 6 * size + 10;
 }
 
-/// Eight bytes at a time where none of them needs an escape.
+/// Text in UTF-8, which stays as it is.
 char* write(char* out, std::string_view text) noexcept;
-
-/// The same, each byte by its table alone.
-char* writeBytewise(char* out, std::string_view text) noexcept;
 
 /// In UTF-8. Throws `std::range_error` "bad conversion" for a text that Utf::encode refuses.
 char* write(char* out, std::wstring_view text);

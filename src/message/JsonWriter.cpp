@@ -3,10 +3,9 @@
 #include "message/DoubleText.h"
 #include "message/IntegerText.h"
 #include "message/JsonEscape.h"
-#include "message/MessageNodes.h"
 
+#include <cstring>
 #include <locale>
-#include <sstream>
 
 namespace Korvel {
 namespace {
@@ -15,6 +14,22 @@ constexpr std::string_view STEP = "  ";
 constexpr std::size_t USUAL_DEPTH = 8;
 /// A long text is written in pieces, because the room for its worst case is six times its size.
 constexpr std::size_t PIECE = 4096;
+/// For what stands around a child beside its indentation, and for a child that is a number or a
+/// short text.
+constexpr std::size_t ROOM_FOR_CHILD = 128;
+
+char* put(char* out, std::string_view piece) {
+    std::memcpy(out, piece.data(), piece.size());
+    return out + piece.size();
+}
+
+template <class Text>
+char* putQuoted(char* out, Text text) {
+    *out = '"';
+    out = JsonEscape::write(out + 1, text);
+    *out = '"';
+    return out + 1;
+}
 
 }  // namespace
 
@@ -27,7 +42,7 @@ JsonWriter::JsonWriter(TextBuffer& text, bool pretty, std::string indent)
 void JsonWriter::write(const Message& root) {
     if (!root.isContainer()) {
         text_.append(indent_);
-        writeScalar(root);
+        text_.endAt(putScalar(text_.room(ROOM_FOR_CHILD), root));
         return;
     }
     levels_.reserve(USUAL_DEPTH);
@@ -50,17 +65,29 @@ void JsonWriter::open(const Message& container) {
 }
 
 /// Goes on with the innermost container, a Vector, up to an element that is a container itself, or
-/// to its end.
+/// to its end. What the loop uses is local, because whatever is written through a character pointer
+/// could be a member as far as a compiler knows.
 void JsonWriter::writeElements() {
     Level& level = levels_.back();
     const std::vector<Message>& elements = level.container->getVector();
-    while (level.position < elements.size()) {
-        const Message& element = elements[level.position];
-        beginChild(level.position == 0);
-        ++level.position;
-        if (element.isContainer()) return open(element);
-        writeScalar(element);
+    const Message* const begin = elements.data();
+    const Message* const end = begin + elements.size();
+    const std::size_t room = ROOM_FOR_CHILD + indent_.size();
+    const bool isLaidOut = pretty_ || !indent_.empty();
+    char* out = text_.room(0);
+    for (const Message* element = begin + level.position; element != end; ++element) {
+        out = text_.room(out, room);
+        *out = ',';
+        out += element == begin ? 0 : 1;
+        if (isLaidOut) out = putLayout(out, element == begin);
+        if (element->isContainer()) {
+            level.position = static_cast<std::size_t>(element - begin) + 1;
+            text_.endAt(out);
+            return open(*element);
+        }
+        out = putScalar(out, *element);
     }
+    text_.endAt(out);
     close(']', elements.empty());
 }
 
@@ -68,16 +95,27 @@ void JsonWriter::writeElements() {
 void JsonWriter::writeEntries() {
     Level& level = levels_.back();
     const Entries& entries = level.container->getMap();
-    while (level.entry != entries.end()) {
-        const auto& [key, value] = *level.entry;
-        beginChild(level.entry == entries.begin());
-        ++level.entry;
-        writeText(std::wstring_view(key));
-        text_.push_back(':');
-        if (pretty_) text_.push_back(' ');
-        if (value.isContainer()) return open(value);
-        writeScalar(value);
+    const std::size_t room = ROOM_FOR_CHILD + indent_.size();
+    const bool isLaidOut = pretty_ || !indent_.empty();
+    const auto begin = entries.begin();
+    char* out = text_.room(0);
+    for (auto entry = level.entry; entry != entries.end(); ++entry) {
+        const auto& [key, value] = *entry;
+        out = text_.room(out, room + JsonEscape::roomFor(key.size()));
+        *out = ',';
+        out += entry == begin ? 0 : 1;
+        if (isLaidOut) out = putLayout(out, entry == begin);
+        out = putQuoted(out, std::wstring_view(key));
+        *out++ = ':';
+        if (pretty_) *out++ = ' ';
+        if (value.isContainer()) {
+            level.entry = std::next(entry);
+            text_.endAt(out);
+            return open(value);
+        }
+        out = putScalar(out, value);
     }
+    text_.endAt(out);
     close('}', entries.empty());
 }
 
@@ -89,62 +127,46 @@ void JsonWriter::close(char bracket, bool isEmpty) {
     if (!levels_.empty() && pretty_) indent_.resize(indent_.size() - STEP.size());
 }
 
-void JsonWriter::beginChild(bool isFirst) {
-    if (!isFirst) {
-        text_.push_back(',');
-        if (pretty_) text_.push_back('\n');
-    }
-    if (!indent_.empty()) text_.append(indent_);
-    if (pretty_) text_.append(STEP);
+/// What stands before a child beside a comma.
+char* JsonWriter::putLayout(char* out, bool isFirst) const {
+    if (pretty_ && !isFirst) *out++ = '\n';
+    out = put(out, indent_);
+    return pretty_ ? put(out, STEP) : out;
 }
 
-void JsonWriter::writeScalar(const Message& value) {
+/// `out` is the end of the text, with ROOM_FOR_CHILD behind it.
+char* JsonWriter::putScalar(char* out, const Message& value) {
+    const Message::Slot& slot = value.value_.plain.slot;
     switch (value.type()) {
     case Message::Type::Boolean:
-        text_.append(value.getBoolean() ? "true" : "false");
-        break;
+        return put(out, slot.boolean ? "true" : "false");
     case Message::Type::Integer:
-        text_.endAt(IntegerText::write(text_.room(IntegerText::LONGEST), value.getInteger()));
-        break;
+        return IntegerText::write(out, slot.integer);
     case Message::Type::Double:
-        writeNumber(value.getDouble());
-        break;
+        return isClassicLocale_ ? DoubleText::write(out, slot.real)
+                                : put(out, DoubleText::inGlobalLocale(slot.real));
     case Message::Type::ShortText:
+        return putQuoted(out, value.narrowText());
     case Message::Type::Text:
-        writeText(value.narrowText());
-        break;
+        return putLongText(out, value.narrowText());
     case Message::Type::WideText:
-        writeText(value.wideText());
-        break;
+        out = text_.room(out, JsonEscape::roomFor(value.wideText().size()));
+        return putQuoted(out, std::wstring_view(value.wideText()));
     default:
-        text_.append("null");
+        return put(out, "null");
     }
 }
 
-void JsonWriter::writeNumber(double value) {
-    if (isClassicLocale_) {
-        text_.endAt(DoubleText::write(text_.room(DoubleText::LONGEST), value));
-    } else {
-        std::ostringstream stream;
-        stream << value;
-        text_.append(stream.str());
-    }
-}
-
-void JsonWriter::writeText(std::string_view text) {
-    text_.push_back('"');
+char* JsonWriter::putLongText(char* out, std::string_view text) {
+    *out++ = '"';
+    if (text.size() > PIECE) out = text_.room(out, text.size() + JsonEscape::roomFor(PIECE));
     while (!text.empty()) {
         const std::string_view piece = text.substr(0, PIECE);
-        text_.endAt(JsonEscape::write(text_.room(JsonEscape::roomFor(piece.size())), piece));
+        out = JsonEscape::write(text_.room(out, JsonEscape::roomFor(piece.size())), piece);
         text.remove_prefix(piece.size());
     }
-    text_.push_back('"');
-}
-
-void JsonWriter::writeText(std::wstring_view text) {
-    text_.push_back('"');
-    text_.endAt(JsonEscape::write(text_.room(JsonEscape::roomFor(text.size())), text));
-    text_.push_back('"');
+    *out++ = '"';
+    return out;
 }
 
 }  // namespace Korvel

@@ -34,11 +34,9 @@ private:
     void writeElements();
     void writeEntries();
     void close(char bracket, bool isEmpty);
-    void beginChild(bool isFirst);
-    void writeScalar(const Message& value);
-    void writeNumber(double value);
-    void writeText(std::string_view text);
-    void writeText(std::wstring_view text);
+    char* putLayout(char* out, bool isFirst) const;
+    char* putScalar(char* out, const Message& value);
+    char* putLongText(char* out, std::string_view text);
 
     TextBuffer& text_;
     const bool pretty_;

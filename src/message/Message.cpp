@@ -47,31 +47,35 @@ Message::Message(double value) noexcept : value_{{Type::Double, {}}} {
 }
 
 Message::Message(std::map<std::string, Message> entries) : Message() {
-    become(Type::Map, {.map = new MapNode{moveEntries(entries)}});
+    becomeMap(moveEntries(entries));
 }
 
 Message::Message(std::map<std::wstring, Message> entries) : Message() {
-    become(Type::Map, {.map = new MapNode{withSplitKeys(std::move(entries))}});
+    becomeMap(withSplitKeys(std::move(entries)));
 }
 
 Message::Message(std::initializer_list<std::pair<std::string, Message>> entries) : Message() {
-    becomeMap();
+    becomeMap({});
     for (const auto& [key, value] : entries) element(key) = value;
 }
 
 Message::Message(std::initializer_list<std::pair<std::wstring, Message>> entries) : Message() {
-    becomeMap();
+    becomeMap({});
     for (const auto& [key, value] : entries) element(key) = value;
 }
 
 Message::Message(std::vector<Message> elements) : Message() {
-    become(Type::Vector, {.vector = new VectorNode{std::move(elements)}});
+    becomeVector(std::move(elements));
 }
 
 // Delegation makes the object complete first, here and above, so that the destructor frees what a
 // failure leaves.
 Message::Message(const Message& source) : Message() {
-    copyFrom(source);
+    if (source.ownsStorage()) {
+        copyFrom(source);
+    } else {
+        value_ = source.value_;
+    }
 }
 
 Message::Message(const Message&& source) : Message(source) {}
@@ -84,21 +88,29 @@ Message& Message::operator=(const Message& source) {
 
 Message& Message::operator=(Message&& source) noexcept {
     // Taken out first, for the same reason.
-    Message taken(TakeOver(), source);
-    reset();
-    adopt(taken);
+    const Value taken = source.take();
+    if (ownsStorage()) reset();
+    value_ = taken;
     return *this;
 }
 
-/// Takes the value of `source` into this Null. What `source` owned it no longer owns; a scalar
-/// without storage stays there as well.
-void Message::adopt(Message& source) noexcept {
-    value_ = source.value_;
-    if (source.isString() || source.isContainer()) source.become(Type::Null, {});
+/// The value, with what it owns: a text or a container leaves a Null, a scalar stays here as well.
+Message::Value Message::take() noexcept {
+    const Value taken = value_;
+    if (isString() || isContainer()) become(Type::Null, {});
+    return taken;
 }
 
 void Message::become(Type type, Slot slot) noexcept {
     value_.plain = {type, slot};
+}
+
+void Message::becomeVector(std::vector<Message> elements) {
+    become(Type::Vector, {.vector = new VectorNode{std::move(elements)}});
+}
+
+void Message::becomeMap(std::map<std::wstring, Message> entries) {
+    become(Type::Map, {.map = new MapNode{std::move(entries)}});
 }
 
 bool Message::isNull() const noexcept {

@@ -4,6 +4,7 @@
 #include "message/Utf.h"
 
 #include <stdexcept>
+#include <tuple>
 
 namespace Korvel {
 
@@ -35,13 +36,13 @@ Message& Message::element(std::wstring_view key) {
 
 /// The value at a key that is already in its final form.
 Message& Message::elementAt(std::wstring key) {
-    if (isNull()) becomeMap();
+    if (isNull()) becomeMap({});
     requireType(Type::Map);
-    return value_.plain.slot.map->entries.try_emplace(std::move(key)).first->second;
-}
-
-void Message::becomeMap() {
-    become(Type::Map, {.map = new MapNode()});
+    // Most keys are new ones, for which emplace compares less than try_emplace.
+    auto& entries = value_.plain.slot.map->entries;
+    return entries
+        .emplace(std::piecewise_construct, std::forward_as_tuple(std::move(key)), std::tuple<>())
+        .first->second;
 }
 
 Message& Message::operator[](std::size_t position) {

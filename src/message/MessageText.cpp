@@ -23,20 +23,40 @@ Message::Message(const char* text) : Message() {
         std::memcpy(makeText(bytes.size()), bytes.data(), bytes.size());
     } else {
         // Forms that are read though they are no UTF-8 of today.
-        Message units(std::wstring_view(Utf::decode(bytes)), Whole());
-        adopt(units);
+        storeUnits(Utf::decode(bytes));
     }
 }
 
 Message::Message(const wchar_t* text) : Message(std::wstring_view(text), Whole()) {}
 
 Message::Message(std::wstring_view text, Whole) : Message() {
+    storeUnits(text);
+}
+
+/// Makes this Null a text.
+void Message::storeUnits(std::wstring_view text) {
+    if (storeShortAscii(text)) return;
     const std::size_t size = Utf::exactSize(text);
     if (size != Utf::NOT_EXACT) {
         Utf::encodeExact(makeText(size), text);
     } else {
         become(Type::WideText, {.wideText = new std::wstring(Utf::splitSupplementary(text))});
     }
+}
+
+/// The quick way for most: one pass, which stays without effect where it finds anything else.
+bool Message::storeShortAscii(std::wstring_view text) noexcept {
+    Value value = {};
+    value.brief = {Type::ShortText, static_cast<std::uint8_t>(text.size()), {}};
+    if (text.size() > sizeof value.brief.bytes) return false;
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        bits |= static_cast<std::uint32_t>(text[i]);
+        value.brief.bytes[i] = static_cast<char>(text[i]);
+    }
+    if (bits >= 0x80) return false;
+    value_ = value;
+    return true;
 }
 
 /// Makes this Null a text of `size` bytes, which the caller fills in.

@@ -1,8 +1,33 @@
-// The operations on whole trees. None of them recurses, so that depth costs memory and not stack.
+// The operations on whole trees. They recurse a few levels, which is what trees have and much the
+// quickest, and no further, so that depth costs memory and not stack.
 
 #include "message/MessageNodes.h"
 
 namespace Korvel {
+namespace {
+
+constexpr unsigned DEEPEST_RECURSION = 16;
+
+/// One level of recursion over containers on this thread.
+class Descent {
+public:
+    Descent() noexcept : current_(depth()) { ++current_; }
+    Descent(const Descent&) = delete;
+    Descent& operator=(const Descent&) = delete;
+    ~Descent() { --current_; }
+
+    bool isTooDeep() const noexcept { return current_ > DEEPEST_RECURSION; }
+
+private:
+    static unsigned& depth() noexcept {
+        thread_local unsigned current = 0;
+        return current;
+    }
+
+    unsigned& current_;
+};
+
+}  // namespace
 
 /// The containers that are still to be destroyed. Taking a Message in makes it Null, so the
 /// destructors of elements and entries never find a container of their own.
@@ -43,21 +68,44 @@ void Message::reset() noexcept {
     } else if (type() == Type::WideText) {
         delete value_.plain.slot.wideText;
     } else if (isContainer()) {
+        destroyContainer();
+    }
+    become(Type::Null, {});
+}
+
+void Message::destroyContainer() noexcept {
+    const Descent descent;
+    if (descent.isTooDeep()) {
         Teardown teardown;
         teardown.take(*this);
         while (teardown.vectors != nullptr || teardown.maps != nullptr) {
             if (teardown.vectors != nullptr) teardown.destroyVector();
             if (teardown.maps != nullptr) teardown.destroyMap();
         }
+    } else if (isVector()) {
+        delete value_.plain.slot.vector;
+    } else {
+        delete value_.plain.slot.map;
     }
-    become(Type::Null, {});
 }
 
+/// Copies a value that owns storage into this Null.
 void Message::copyFrom(const Message& source) {
-    copyValue(source);
-    if (!isContainer()) return;
+    if (!source.isContainer()) return copyText(source);
+    const Descent descent;
+    if (descent.isTooDeep()) {
+        copyDeep(source);
+    } else if (source.isVector()) {
+        becomeVector(source.getVector());
+    } else {
+        becomeMap(source.getMap());
+    }
+}
+
+/// Copies a container with a list of open ones instead of recursion.
+void Message::copyDeep(const Message& source) {
     OpenCopies open;
-    copyChildren(source, open);
+    beginCopy(source, open);
     while (!open.empty()) {
         const auto [from, to] = open.back();
         open.pop_back();
@@ -65,40 +113,30 @@ void Message::copyFrom(const Message& source) {
     }
 }
 
-/// Copies a scalar, and begins a container as an empty one. This Message must be Null.
-void Message::copyValue(const Message& source) {
-    switch (source.type()) {
-    case Type::Text:
-    case Type::WideText:
-        copyText(source);
-        break;
-    case Type::Vector:
-        become(Type::Vector, {.vector = new VectorNode()});
-        break;
-    case Type::Map:
-        becomeMap();
-        break;
-    default:
-        value_ = source.value_;
+/// Copies a value, but of a container no more than its type: that goes to `open`.
+void Message::beginCopy(const Message& source, OpenCopies& open) {
+    if (!source.isContainer()) {
+        *this = source;
+        return;
     }
+    if (source.isVector()) {
+        becomeVector({});
+    } else {
+        becomeMap({});
+    }
+    open.emplace_back(&source, this);
 }
 
-/// Fills this empty container with the children of `source`, of the same type. Containers among
-/// them begin empty and go to `open`.
 void Message::copyChildren(const Message& source, OpenCopies& open) {
-    const auto copyChild = [&open](const Message& from, Message& to) {
-        to.copyValue(from);
-        if (to.isContainer()) open.emplace_back(&from, &to);
-    };
     if (isVector()) {
-        const auto& from = source.value_.plain.slot.vector->elements;
+        const auto& from = source.getVector();
         auto& to = value_.plain.slot.vector->elements;
         to.resize(from.size());
-        for (std::size_t i = 0; i < from.size(); ++i) copyChild(from[i], to[i]);
+        for (std::size_t i = 0; i < from.size(); ++i) to[i].beginCopy(from[i], open);
     } else {
         auto& to = value_.plain.slot.map->entries;
-        for (const auto& [key, value] : source.value_.plain.slot.map->entries) {
-            copyChild(value, to.try_emplace(to.end(), key)->second);
+        for (const auto& [key, value] : source.getMap()) {
+            to.try_emplace(to.end(), key)->second.beginCopy(value, open);
         }
     }
 }

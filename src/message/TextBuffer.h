@@ -18,41 +18,49 @@ public:
     ~TextBuffer() = default;
 
     /// The end of the text, with `size` bytes that may be written there. Good until the next call.
-    char* room(std::size_t size) {
-        if (size > capacity_ - size_) grow(size);
-        return begin_ + size_;
+    char* room(std::size_t size) { return room(end_, size); }
+
+    /// The same once everything up to `end` has become part of the text.
+    char* room(char* end, std::size_t size) {
+        end_ = end;
+        if (size > static_cast<std::size_t>(limit_ - end_)) grow(size);
+        return end_;
     }
 
     /// Makes what was written up to `end` part of the text.
-    void endAt(const char* end) noexcept { size_ = static_cast<std::size_t>(end - begin_); }
+    void endAt(char* end) noexcept { end_ = end; }
 
     void append(std::string_view piece) {
         std::memcpy(room(piece.size()), piece.data(), piece.size());
-        size_ += piece.size();
+        end_ += piece.size();
     }
 
     void push_back(char byte) {
         *room(1) = byte;
-        ++size_;
+        ++end_;
     }
 
-    std::string_view view() const noexcept { return {begin_, size_}; }
+    std::string_view view() const noexcept {
+        return {begin_, static_cast<std::size_t>(end_ - begin_)};
+    }
 
 private:
     void grow(std::size_t size) {
-        const std::size_t capacity = (capacity_ + size) * 2;
+        const std::size_t used = view().size();
+        const std::size_t capacity = 2 * (used + size);
         std::unique_ptr<char[]> larger(new char[capacity]);
-        std::memcpy(larger.get(), begin_, size_);
+        std::memcpy(larger.get(), begin_, used);
         larger_ = std::move(larger);
         begin_ = larger_.get();
-        capacity_ = capacity;
+        end_ = begin_ + used;
+        limit_ = begin_ + capacity;
     }
 
     char first_[1024];
     std::unique_ptr<char[]> larger_;
     char* begin_ = first_;
-    std::size_t size_ = 0;
-    std::size_t capacity_ = sizeof first_;
+    char* end_ = first_;
+    char* limit_ = first_ + sizeof first_;
 };
 
 }  // namespace Korvel

@@ -1,6 +1,6 @@
 #include "message/Utf.h"
 
-#include "message/Ascii.h"
+#include "message/TextBlock.h"
 #include "message/UtfUnits.h"
 
 #include <algorithm>
@@ -9,6 +9,8 @@
 namespace Korvel::Utf {
 namespace {
 
+/// A long text is converted in pieces that stay in the fastest memory on their way to the result.
+constexpr std::size_t PIECE = 512;
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 
 std::uint32_t leadBits(std::uint32_t lead, unsigned length) {
@@ -51,23 +53,55 @@ wchar_t* decodeSequence(wchar_t* units, std::string_view text, std::size_t& posi
     return units;
 }
 
-/// The same, quicker for what most texts are made of: whole sequences of two and three bytes.
+/// The same, quicker for what most texts are made of: whole sequences of two to four bytes, each of
+/// which is checked at once.
 wchar_t* decodeCharacter(wchar_t* units, std::string_view text, std::size_t& position) {
-    if (text.size() - position < 3) return decodeSequence(units, text, position);
+    constexpr std::size_t LONGEST = 4;
+    if (text.size() - position < LONGEST) return decodeSequence(units, text, position);
     const std::uint32_t lead = byteAt(text, position);
-    const std::uint32_t second = byteAt(text, position + 1);
-    const std::uint32_t third = byteAt(text, position + 2);
-    if ((lead & 0xE0) == 0xC0 && isContinuation(second)) {
-        *units = static_cast<wchar_t>(((lead & 0x1F) << 6) | (second & 0x3F));
+    const std::uint32_t second = byteAt(text, position + 1) ^ 0x80;
+    const std::uint32_t third = byteAt(text, position + 2) ^ 0x80;
+    const std::uint32_t fourth = byteAt(text, position + 3) ^ 0x80;
+    // A continuation byte leaves its six bits alone.
+    if ((lead & 0xE0) == 0xC0 && second < 0x40) {
+        *units = static_cast<wchar_t>((lead & 0x1F) << 6 | second);
         position += 2;
-    } else if ((lead & 0xF0) == 0xE0 && isContinuation(second) && isContinuation(third)) {
-        *units =
-            static_cast<wchar_t>(((lead & 0x0F) << 12) | ((second & 0x3F) << 6) | (third & 0x3F));
-        position += 3;
-    } else {
-        return decodeSequence(units, text, position);
+        return units + 1;
     }
-    return units + 1;
+    if ((lead & 0xF0) == 0xE0 && (second | third) < 0x40) {
+        *units = static_cast<wchar_t>((lead & 0x0F) << 12 | second << 6 | third);
+        position += 3;
+        return units + 1;
+    }
+    const std::uint32_t value = (lead & 0x07) << 18 | second << 12 | third << 6 | fourth;
+    if ((lead & 0xF8) == 0xF0 && (second | third | fourth) < 0x40 && isSupplementary(value)) {
+        units[0] = highSurrogate(value);
+        units[1] = lowSurrogate(value);
+        position += 4;
+        return units + 2;
+    }
+    return decodeSequence(units, text, position);
+}
+
+/// As much of the text from `position` on as gives no more than PIECE units.
+wchar_t* decodePiece(wchar_t* units, std::string_view text, std::size_t& position) {
+    // No sequence gives more units than it has bytes, and the last may reach over the limit.
+    const std::size_t limit = std::min(text.size(), position + PIECE - 1);
+    std::size_t next = position;
+    while (next < limit) {
+        for (; limit - next >= TextBlock::SIZE; next += TextBlock::SIZE, units += TextBlock::SIZE) {
+            if (!TextBlock::isAscii(&text[next])) break;
+            TextBlock::widen(units, &text[next]);
+        }
+        for (; next < limit && byteAt(text, next) < 0x80; ++next) {
+            *units++ = static_cast<wchar_t>(text[next]);
+        }
+        while (next < limit && byteAt(text, next) >= 0x80) {
+            units = decodeCharacter(units, text, next);
+        }
+    }
+    position = next;
+    return units;
 }
 
 /// The size of the sequence at `position` if it is well-formed, else 0.
@@ -94,32 +128,24 @@ std::size_t skipContinuations(std::string_view bytes, std::size_t position, std:
 }  // namespace
 
 std::wstring decode(std::string_view text) {
-    // No sequence gives more units than it has bytes.
-    std::wstring units(text.size(), L'\0');
-    wchar_t* end = units.data();
+    wchar_t piece[PIECE];
     std::size_t position = 0;
+    wchar_t* end = decodePiece(piece, text, position);
+    std::wstring units(piece, end);
+    if (position == text.size()) return units;
+    units.reserve(text.size());
     while (position < text.size()) {
-        while (text.size() - position >= Ascii::BLOCK && Ascii::isBlock(&text[position])) {
-            Ascii::widenBlock(end, &text[position]);
-            position += Ascii::BLOCK;
-            end += Ascii::BLOCK;
-        }
-        while (position < text.size() && byteAt(text, position) < 0x80) {
-            *end++ = static_cast<wchar_t>(text[position++]);
-        }
-        while (position < text.size() && byteAt(text, position) >= 0x80) {
-            end = decodeCharacter(end, text, position);
-        }
+        end = decodePiece(piece, text, position);
+        units.append(piece, static_cast<std::size_t>(end - piece));
     }
-    units.resize(static_cast<std::size_t>(end - units.data()));
     return units;
 }
 
 bool isWellFormed(std::string_view text) noexcept {
     std::size_t position = 0;
     while (position < text.size()) {
-        if (text.size() - position >= Ascii::BLOCK && Ascii::isBlock(&text[position])) {
-            position += Ascii::BLOCK;
+        if (text.size() - position >= TextBlock::SIZE && TextBlock::isAscii(&text[position])) {
+            position += TextBlock::SIZE;
         } else if (byteAt(text, position) < 0x80) {
             ++position;
         } else {

@@ -1,6 +1,6 @@
 #include "message/Utf.h"
 
-#include "message/Ascii.h"
+#include "message/TextBlock.h"
 #include "message/UtfUnits.h"
 
 #include <algorithm>
@@ -8,6 +8,9 @@
 
 namespace Korvel::Utf {
 namespace {
+
+/// A long text is converted in pieces that stay in the fastest memory on their way to the result.
+constexpr std::size_t PIECE = 2048;
 
 [[noreturn]] void fail() {
     throw std::range_error("bad conversion");
@@ -55,6 +58,37 @@ char* encodePair(char* bytes, std::wstring_view text, std::size_t& position) {
     return encodeFourBytes(bytes, codePointOf(high, low));
 }
 
+/// What is no ASCII; quicker than encodeCharacter for what most such texts are made of.
+char* encodeOther(char* bytes, std::wstring_view text, std::size_t& position) {
+    const std::uint32_t unit = unitAt(text, position);
+    if (unit < 0x800) {
+        ++position;
+        return encodeTwoBytes(bytes, unit);
+    }
+    if (unit > LAST_OF_BMP || isSurrogate(unit)) return encodeCharacter(bytes, text, position);
+    ++position;
+    return encodeThreeBytes(bytes, unit);
+}
+
+/// The units from `position` up to `limit`, and the second of a pair that begins there.
+char* encodeUpTo(std::size_t limit, char* bytes, std::wstring_view text, std::size_t& position) {
+    std::size_t next = position;
+    while (next < limit) {
+        for (; limit - next >= TextBlock::SIZE; next += TextBlock::SIZE, bytes += TextBlock::SIZE) {
+            if (!TextBlock::isAscii(&text[next])) break;
+            TextBlock::narrow(bytes, &text[next]);
+        }
+        for (; next < limit && unitAt(text, next) < 0x80; ++next) {
+            *bytes++ = asByte(unitAt(text, next));
+        }
+        while (next < limit && unitAt(text, next) >= 0x80) {
+            bytes = encodeOther(bytes, text, next);
+        }
+    }
+    position = next;
+    return bytes;
+}
+
 /// What the character at `position`, which is no ASCII, needs in UTF-8. Moves the position behind
 /// it; 0 if it would not read back.
 std::size_t sizeOfCharacter(std::wstring_view text, std::size_t& position) {
@@ -69,18 +103,14 @@ std::size_t sizeOfCharacter(std::wstring_view text, std::size_t& position) {
 }  // namespace
 
 std::string encode(std::wstring_view text) {
-    const std::size_t size = exactSize(text);
-    if (size != NOT_EXACT) {
-        std::string bytes(size, '\0');
-        encodeExact(bytes.data(), text);
-        return bytes;
-    }
+    char piece[PIECE];
     std::string bytes;
+    bytes.reserve(text.size());
     std::size_t position = 0;
     while (position < text.size()) {
-        char sequence[LONGEST_SEQUENCE];
-        const char* const end = encodeCharacter(sequence, text, position);
-        bytes.append(sequence, static_cast<std::size_t>(end - sequence));
+        const std::size_t limit = std::min(text.size(), position + PIECE / LONGEST_SEQUENCE - 1);
+        const char* const end = encodeUpTo(limit, piece, text, position);
+        bytes.append(piece, static_cast<std::size_t>(end - piece));
     }
     return bytes;
 }
@@ -89,13 +119,15 @@ std::size_t exactSize(std::wstring_view text) noexcept {
     std::size_t size = 0;
     std::size_t position = 0;
     while (position < text.size()) {
-        if (text.size() - position >= Ascii::BLOCK && Ascii::isBlock(&text[position])) {
-            size += Ascii::BLOCK;
-            position += Ascii::BLOCK;
-        } else if (unitAt(text, position) < 0x80) {
+        while (text.size() - position >= TextBlock::SIZE && TextBlock::isAscii(&text[position])) {
+            size += TextBlock::SIZE;
+            position += TextBlock::SIZE;
+        }
+        while (position < text.size() && unitAt(text, position) < 0x80) {
             ++size;
             ++position;
-        } else {
+        }
+        while (position < text.size() && unitAt(text, position) >= 0x80) {
             const std::size_t length = sizeOfCharacter(text, position);
             if (length == 0) return NOT_EXACT;
             size += length;
@@ -106,16 +138,7 @@ std::size_t exactSize(std::wstring_view text) noexcept {
 
 char* encodeExact(char* bytes, std::wstring_view text) noexcept {
     std::size_t position = 0;
-    while (position < text.size()) {
-        if (text.size() - position >= Ascii::BLOCK && Ascii::isBlock(&text[position])) {
-            Ascii::narrowBlock(bytes, &text[position]);
-            bytes += Ascii::BLOCK;
-            position += Ascii::BLOCK;
-            continue;
-        }
-        bytes = encodeCharacter(bytes, text, position);
-    }
-    return bytes;
+    return encodeUpTo(text.size(), bytes, text, position);
 }
 
 char* encodeCharacter(char* bytes, std::wstring_view text, std::size_t& position) {
@@ -135,8 +158,7 @@ char* encodeCharacter(char* bytes, std::wstring_view text, std::size_t& position
 bool hasSupplementaryElement(std::wstring_view text) noexcept {
     if constexpr (sizeof(wchar_t) <= 2) return false;
     return std::any_of(text.begin(), text.end(), [](wchar_t element) {
-        const auto unit = static_cast<std::uint32_t>(element);
-        return unit > LAST_OF_BMP && unit <= LAST_CODE_POINT;
+        return isSupplementary(static_cast<std::uint32_t>(element));
     });
 }
 
@@ -146,7 +168,7 @@ std::wstring splitSupplementary(std::wstring_view text) {
     units.reserve(text.size() + 1);
     for (const wchar_t element : text) {
         const auto unit = static_cast<std::uint32_t>(element);
-        if (unit > LAST_OF_BMP && unit <= LAST_CODE_POINT) {
+        if (isSupplementary(unit)) {
             units.push_back(highSurrogate(unit));
             units.push_back(lowSurrogate(unit));
         } else {

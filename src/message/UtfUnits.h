@@ -27,6 +27,10 @@ inline bool isSurrogate(std::uint32_t unit) {
     return (unit & 0xFFFFF800) == 0xD800;
 }
 
+inline bool isSupplementary(std::uint32_t unit) {
+    return unit - (LAST_OF_BMP + 1) <= LAST_CODE_POINT - (LAST_OF_BMP + 1);
+}
+
 inline bool isHighSurrogate(std::uint32_t unit) {
     return (unit & 0xFFFFFC00) == 0xD800;
 }

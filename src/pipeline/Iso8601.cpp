@@ -69,9 +69,8 @@ int dayOfYear(const Date& date) {
 char* writeYear(char* out, std::int64_t year) {
     if (year < 0) *out++ = '-';
     const std::int64_t magnitude = year < 0 ? -year : year;
-    return magnitude < 10000
-               ? IntegerText::writePadded(out, static_cast<std::uint64_t>(magnitude), 4)
-               : IntegerText::write(out, magnitude);
+    return magnitude < 10000 ? IntegerText::writePadded(out, static_cast<unsigned>(magnitude), 4)
+                             : IntegerText::write(out, magnitude);
 }
 
 /// Writes a separator and a number of two digits.

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__) || defined(_M_X64)
+#define KORVEL_SSE2
+#include <emmintrin.h>
+#endif
+
+/// What the conversions and the escaping do to sixteen bytes or units of text at a time. Plain is
+/// for every processor; where there is SSE2, the same functions stand outside it once more.
+namespace Korvel::TextBlock {
+
+constexpr std::size_t SIZE = 16;
+
+namespace Plain {
+
+/// Whether all are below 0x80.
+template <class Unit>
+bool isAscii(const Unit* units) noexcept {
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < SIZE; ++i) bits |= static_cast<std::uint32_t>(units[i]);
+    return (bits & ~std::uint32_t{0x7F}) == 0;
+}
+
+/// Of ASCII.
+inline void widen(wchar_t* units, const char* bytes) noexcept {
+    for (std::size_t i = 0; i < SIZE; ++i) units[i] = static_cast<wchar_t>(bytes[i]);
+}
+
+inline void narrow(char* bytes, const wchar_t* units) noexcept {
+    for (std::size_t i = 0; i < SIZE; ++i) bytes[i] = static_cast<char>(units[i]);
+}
+
+/// Whether one of the bytes cannot stand in a JSON string as it is.
+inline bool needsEscape(const char* bytes) noexcept {
+    bool needs = false;
+    for (std::size_t i = 0; i < SIZE; ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        needs |= byte < 0x20 || byte == '"' || byte == '\\';
+    }
+    return needs;
+}
+
+}  // namespace Plain
+
+#ifdef KORVEL_SSE2
+
+inline __m128i load(const void* block) noexcept {
+    return _mm_loadu_si128(static_cast<const __m128i*>(block));
+}
+
+inline void store(void* block, __m128i value) noexcept {
+    _mm_storeu_si128(static_cast<__m128i*>(block), value);
+}
+
+inline bool isAscii(const char* bytes) noexcept {
+    return _mm_movemask_epi8(load(bytes)) == 0;
+}
+
+inline bool isAscii(const wchar_t* units) noexcept {
+    __m128i bits = _mm_or_si128(load(units), load(units + SIZE / 2));
+    __m128i others = _mm_set1_epi16(~0x7F);
+    if constexpr (sizeof(wchar_t) == 4) {
+        const __m128i rest = _mm_or_si128(load(units + SIZE / 4), load(units + SIZE / 4 * 3));
+        bits = _mm_or_si128(bits, rest);
+        others = _mm_set1_epi32(~0x7F);
+    }
+    const __m128i isZero = _mm_cmpeq_epi8(_mm_and_si128(bits, others), _mm_setzero_si128());
+    return _mm_movemask_epi8(isZero) == 0xFFFF;
+}
+
+inline void widen(wchar_t* units, const char* bytes) noexcept {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i block = load(bytes);
+    const __m128i low = _mm_unpacklo_epi8(block, zero);
+    const __m128i high = _mm_unpackhi_epi8(block, zero);
+    if constexpr (sizeof(wchar_t) == 4) {
+        store(units, _mm_unpacklo_epi16(low, zero));
+        store(units + 4, _mm_unpackhi_epi16(low, zero));
+        store(units + 8, _mm_unpacklo_epi16(high, zero));
+        store(units + 12, _mm_unpackhi_epi16(high, zero));
+    } else {
+        store(units, low);
+        store(units + 8, high);
+    }
+}
+
+inline void narrow(char* bytes, const wchar_t* units) noexcept {
+    if constexpr (sizeof(wchar_t) == 4) {
+        const __m128i low = _mm_packs_epi32(load(units), load(units + 4));
+        const __m128i high = _mm_packs_epi32(load(units + 8), load(units + 12));
+        store(bytes, _mm_packus_epi16(low, high));
+    } else {
+        store(bytes, _mm_packus_epi16(load(units), load(units + 8)));
+    }
+}
+
+inline bool needsEscape(const char* bytes) noexcept {
+    const __m128i block = load(bytes);
+    const __m128i isControl = _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x1F)), block);
+    const __m128i isQuote = _mm_cmpeq_epi8(block, _mm_set1_epi8('"'));
+    const __m128i isBackslash = _mm_cmpeq_epi8(block, _mm_set1_epi8('\\'));
+    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(isControl, isQuote), isBackslash)) != 0;
+}
+
+#else
+
+using namespace Plain;
+
+#endif
+
+}  // namespace Korvel::TextBlock
