@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""check_readme.py README SOURCE PROGRAM: the README shows SOURCE as it stands, and the outputs that
-it claims are those of PROGRAM. Times differ from run to run, so they are compared as a pattern."""
+"""check_readme.py README SOURCE COMMAND...: the README shows SOURCE as it stands, and the outputs
+that it claims are those of COMMAND. Times differ from run to run, so they are compared as a
+pattern."""
 
 import pathlib
 import re
@@ -24,12 +25,12 @@ def expect(what, shown, real):
 
 
 def main():
-    readme_path, source, program = sys.argv[1:]
+    readme_path, source, *command = sys.argv[1:]
     readme = pathlib.Path(readme_path).read_text(encoding="utf-8")
     expect("the program", block(readme, "cpp"), pathlib.Path(source).read_text(encoding="utf-8"))
     with tempfile.TemporaryDirectory() as directory:
-        run = subprocess.run([pathlib.Path(program).resolve()], cwd=directory, check=True,
-                             capture_output=True, text=True, encoding="utf-8")
+        run = subprocess.run(command, cwd=directory, check=True, capture_output=True, text=True,
+                             encoding="utf-8")
         expect("the console output", block(readme, "text"), run.stdout)
         log = pathlib.Path(directory, "app.jsonl").read_text(encoding="utf-8")
         expect("the log file", block(readme, "json"), log)

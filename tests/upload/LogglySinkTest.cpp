@@ -64,11 +64,13 @@ TEST_F(LogglySinkTest, RotatesOnceTheFileHasReachedItsSize) {
 }
 
 TEST_F(LogglySinkTest, MissingDirectoryDropsEntriesUntilItExists) {
-    LogglySink sink(directory.path / "late");
+    const fs::path late = directory.path / u8"late \u00E9\U0001F600";
+    LogglySink sink(late);
     sink.append("dropped");
-    fs::create_directory(directory.path / "late");
+    EXPECT_FALSE(fs::exists(late));
+    fs::create_directory(late);
     sink.append("written");
-    EXPECT_EQ(readFile(fs::directory_iterator(directory.path / "late")->path()), "\"written\"\n");
+    EXPECT_EQ(readFile(fs::directory_iterator(late)->path()), "\"written\"\n");
 }
 
 TEST_F(LogglySinkTest, RunOffersEachClosedFileOnceAndFollowsTheAnswers) {
