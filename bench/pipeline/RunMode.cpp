@@ -118,12 +118,12 @@ void runPipeline(const Arguments& arguments) {
 }
 
 void workPipeline(const Arguments& arguments) {
-    const TemporaryPath file(arguments.directory, arguments.subject);
-    const auto subject = makeSubject(arguments.subject, {file.path(), arguments.entries, false});
+    const auto file = arguments.directory / (arguments.subject + "-work.jsonl");
+    const auto subject = makeSubject(arguments.subject, {file, arguments.entries, false});
     const auto producer = subject->makeProducer();
     for (unsigned i = 0; i < arguments.entries; ++i) producer->log(i);
     subject->drain([] {});
-    Report().add("bytes", static_cast<double>(file_size(file.path()))).print();
+    Report().add("file", file.string()).print();
 }
 
 void showLine(const Arguments& arguments) {
