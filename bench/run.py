@@ -19,9 +19,9 @@ def main():
     group.add_argument("--instructions", action="store_true", help="instructions an entry only")
     options = parser.parse_args()
     begin = time.monotonic()
-    effort = measure.QUICK if options.quick or options.instructions else measure.FULL
+    effort = measure.QUICK if options.quick else measure.FULL
     measure.require_same_content()
-    samples = instructions.count_all()
+    samples = instructions.count_all(effort.counts)
     if options.instructions:
         print(instructions.as_text(samples))
         return

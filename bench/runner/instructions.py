@@ -4,6 +4,8 @@ import json
 import pathlib
 import re
 import sys
+from collections import defaultdict
+from statistics import median
 
 from runner.programs import NAMES, SUBJECTS, command, output_of
 
@@ -30,19 +32,27 @@ def require_lines(file, expected):
 def an_entry(mode, subject):
     """What twice as many entries take more, so that start and end of the process drop out."""
     more = count(mode, subject, 2 * ENTRIES) - count(mode, subject, ENTRIES)
-    return [more / ENTRIES]
+    return more / ENTRIES
 
 
-def count_all():
-    samples = {f"instructions/{subject}": an_entry("work", subject) for subject in SUBJECTS}
+def count_all(times):
+    """Counts some times, because the threads meet in another order each time."""
+    samples = defaultdict(list)
+    for _ in range(times):
+        for subject in SUBJECTS:
+            samples[f"instructions/{subject}"].append(an_entry("work", subject))
     for renderer in RENDERERS:
-        samples[f"render-instructions/{renderer}"] = an_entry("render", renderer)
-    return samples
+        samples[f"render-instructions/{renderer}"].append(an_entry("render", renderer))
+    return dict(samples)
+
+
+def line(name, counts):
+    return f"  {name:38}{median(counts):8.0f}  ({min(counts):.0f} to {max(counts):.0f})"
 
 
 def as_text(samples):
-    lines = ["Instructions an entry, whole pipeline:"]
-    lines += [f"  {NAMES[name]:38}{samples['instructions/' + name][0]:10.0f}" for name in SUBJECTS]
+    lines = ["Instructions an entry, whole pipeline, median:"]
+    lines += [line(NAMES[name], samples["instructions/" + name]) for name in SUBJECTS]
     lines += ["Instructions to render the entry:"]
-    lines += [f"  {n:38}{samples['render-instructions/' + n][0]:10.0f}" for n in RENDERERS]
+    lines += [line(name, samples["render-instructions/" + name]) for name in RENDERERS]
     return "\n".join(lines)
