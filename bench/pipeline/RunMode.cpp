@@ -64,6 +64,7 @@ Spent produceAll(Subject& subject, std::vector<Share>& shares, const Arguments& 
     std::latch ready(arguments.producers + 1);
     std::latch start(1);
     std::vector<std::thread> threads;
+    threads.reserve(shares.size());
     for (Share& share : shares) {
         threads.emplace_back([&] {
             const auto producer = subject.makeProducer();

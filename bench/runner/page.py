@@ -9,7 +9,7 @@ from statistics import median
 
 from runner.measure import TEXT_SHAPES
 from runner.programs import BUILD, FILES, NAMES, ROOT, SUBJECTS
-from runner.targets import SHAPES, duration, plain
+from runner.targets import SHAPES, TEXTS, duration, plain
 
 RESULTS = ROOT / "docs" / "performance" / "results.md"
 PACKAGES = ["libspdlog-dev", "libfmt-dev", "libboost-log-dev", "nlohmann-json3-dev",
@@ -43,7 +43,7 @@ def machine(effort):
         ["Processor", f"{model[1] if model else 'unknown'}, {cores} cores"],
         ["System", f"{platform.freedesktop_os_release()['PRETTY_NAME']}, Linux {platform.release()},"
                    f" glibc {platform.libc_ver()[1]}"],
-        ["File system", told_by("stat", "-f", "-c", "%T", str(FILES))],
+        ["File system", told_by("findmnt", "-n", "-o", "FSTYPE", "-T", str(FILES))],
         ["Compiler", told_by(compiler, "--version").splitlines()[0] + ", -O2 -g -DNDEBUG"],
         ["Packages", ", ".join(versions)],
         ["Rounds", f"{effort.rounds}, with {effort.burst:,} entries in a burst"],
@@ -87,9 +87,9 @@ def other_figures(samples):
     def told(name):
         return duration(median(samples[name]))
 
-    lines = [[f"{call}, 64 KiB of {text}", *(told(f"micro/{call}/{text}/{subject}")
+    lines = [[f"{call}, {TEXTS[text]}", *(told(f"micro/{call}/{text}/{subject}")
                                               for subject in ("korvel", "iconv", "copy"))]
-             for call in ("strToWstr", "wstrToStr") for text in ("ascii", "mixed")]
+             for call in ("strToWstr", "wstrToStr") for text in TEXTS]
     conversions = as_table(["", "Korvel", "iconv", "copy of the bytes"], lines)
     lines = [[work, told(f"micro/{work}/korvel"), told(f"micro/{work}/nlohmann")]
              for work in ("build/list", "build/keys", "copy/entry", "destroy/entry")]
@@ -106,7 +106,8 @@ def growth_figures(samples):
         for name in samples:
             found = re.fullmatch(f"growth/{kind}/(\\d+)/done", name)
             if found:
-                lines.append([f"{int(found[1]):,} {kind}", duration(median(samples[name]))])
+                noun = kind if found[1] != "1" else kind[:-1]
+                lines.append([f"{int(found[1]):,} {noun}", duration(median(samples[name]))])
     return as_table(["", "time an entry"], lines)
 
 
