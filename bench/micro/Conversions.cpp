@@ -39,7 +39,7 @@ private:
 };
 
 void widen(benchmark::State& state, const std::string& text) {
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const std::wstring wide = Korvel::Message::strToWstr(text);
         benchmark::DoNotOptimize(wide.data());
     }
@@ -47,29 +47,29 @@ void widen(benchmark::State& state, const std::string& text) {
 
 void narrow(benchmark::State& state, const std::string& text) {
     const std::wstring wide = Korvel::Message::strToWstr(text);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const std::string back = Korvel::Message::wstrToStr(wide);
         benchmark::DoNotOptimize(back.data());
     }
 }
 
 void copy(benchmark::State& state, const std::string& text) {
-    for (auto _ : state) {
-        const std::string same = text;
+    while (state.KeepRunning()) {
+        std::string same = text;
         benchmark::DoNotOptimize(same.data());
     }
 }
 
 void iconvWiden(benchmark::State& state, std::string text) {
     Converter converter("UTF-16LE", "UTF-8");
-    for (auto _ : state) benchmark::DoNotOptimize(converter.convert(text).data());
+    while (state.KeepRunning()) benchmark::DoNotOptimize(converter.convert(text).data());
 }
 
 void iconvNarrow(benchmark::State& state, std::string text) {
     Converter widener("UTF-16LE", "UTF-8");
     std::string wide(widener.convert(text));
     Converter converter("UTF-8", "UTF-16LE");
-    for (auto _ : state) benchmark::DoNotOptimize(converter.convert(wide).data());
+    while (state.KeepRunning()) benchmark::DoNotOptimize(converter.convert(wide).data());
 }
 
 template <class Work>

@@ -12,7 +12,7 @@ namespace {
 
 void render(benchmark::State& state, const Korvel::Message& value) {
     std::size_t bytes = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const std::string text = value.toJson(false, "");
         benchmark::DoNotOptimize(text.data());
         bytes = text.size();

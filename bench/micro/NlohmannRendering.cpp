@@ -10,7 +10,7 @@ namespace {
 
 void render(benchmark::State& state, const nlohmann::json& value) {
     std::size_t bytes = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const std::string text = value.dump();
         benchmark::DoNotOptimize(text.data());
         bytes = text.size();

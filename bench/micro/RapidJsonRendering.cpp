@@ -27,7 +27,7 @@ using DocumentPtr = std::shared_ptr<json::Document>;
 
 void render(benchmark::State& state, const json::Document& document) {
     std::size_t bytes = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         json::StringBuffer buffer;
         json::Writer<json::StringBuffer> writer(buffer);
         document.Accept(writer);
@@ -43,13 +43,13 @@ void add(const std::string& shape, const DocumentPtr& document) {
 }
 
 DocumentPtr entry() {
-    const auto document = std::make_shared<json::Document>();
+    auto document = std::make_shared<json::Document>();
     document->Parse(korvelEntry().toJson(false, "").c_str());
     return document;
 }
 
 DocumentPtr textOf(const std::string& text) {
-    const auto document = std::make_shared<json::Document>();
+    auto document = std::make_shared<json::Document>();
     document->SetString(text.data(), static_cast<json::SizeType>(text.size()),
                         document->GetAllocator());
     return document;
@@ -57,7 +57,7 @@ DocumentPtr textOf(const std::string& text) {
 
 template <class Values>
 DocumentPtr listOf(const Values& values) {
-    const auto document = std::make_shared<json::Document>();
+    auto document = std::make_shared<json::Document>();
     document->SetArray();
     for (const auto value : values) {
         document->PushBack(json::Value(value), document->GetAllocator());

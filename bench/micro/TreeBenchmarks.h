@@ -17,7 +17,7 @@ inline constexpr std::size_t TREES = 64;
 template <class Before, class Work>
 void addTimed(const std::string& name, const Before& before, const Work& work) {
     const auto run = [=](benchmark::State& state) {
-        for (auto _ : state) {
+        while (state.KeepRunning()) {
             before();
             benchmark::ClobberMemory();
             const auto begin = std::chrono::steady_clock::now();

@@ -66,17 +66,15 @@ private:
 
 /// A line of the same content; the texts are written without escapes.
 boost::log::formatter makeFormatter() {
-    return expressions::stream << "{\"bytes\":" << bytesKey << ",\"durationMs\":" << durationKey
-                               << ",\"message\":\"" << expressions::smessage << "\",\"method\":\""
-                               << methodKey << "\",\"ok\":"
-                               << expressions::if_(okKey == true)[expressions::stream << "true"]
-                                      .else_[expressions::stream << "false"]
-                               << ",\"path\":\"" << pathKey << "\",\"status\":" << statusKey
-                               << ",\"tags\":" << tagsKey << ",\"thread\":\"" << threadKey
-                               << "\",\"timestamp\":\""
-                               << expressions::format_date_time(timestampKey,
-                                                                "%Y-%m-%dT%H:%M:%S.%fZ")
-                               << "\",\"user\":\"" << userKey << "\"}";
+    const auto ok = expressions::if_(okKey == true)[expressions::stream << "true"]
+                        .else_[expressions::stream << "false"];
+    const auto time = expressions::format_date_time(timestampKey, "%Y-%m-%dT%H:%M:%S.%fZ");
+    return expressions::stream << R"({"bytes":)" << bytesKey << R"(,"durationMs":)" << durationKey
+                               << R"(,"message":")" << expressions::smessage << R"(","method":")"
+                               << methodKey << R"(","ok":)" << ok << R"(,"path":")" << pathKey
+                               << R"(","status":)" << statusKey << R"(,"tags":)" << tagsKey
+                               << R"(,"thread":")" << threadKey << R"(","timestamp":")" << time
+                               << R"(","user":")" << userKey << R"("})";
 }
 
 class BoostSubject : public Subject {
@@ -88,8 +86,9 @@ public:
         sink_ = boost::make_shared<Sink>(backend, boost::log::keywords::start_thread = !setup.held);
         sink_->set_formatter(makeFormatter());
         const auto core = boost::log::core::get();
-        core->add_global_attribute(timestampKey.get_name(), attributes::utc_clock());
-        core->add_global_attribute(threadKey.get_name(), attributes::current_thread_id());
+        core->add_global_attribute(decltype(timestampKey)::get_name(), attributes::utc_clock());
+        core->add_global_attribute(decltype(threadKey)::get_name(),
+                                   attributes::current_thread_id());
         core->add_sink(sink_);
     }
 

@@ -50,6 +50,7 @@ void measureRotation(const Arguments& arguments) {
     {
         Korvel::LogglySink sink(staging.path());
         std::vector<std::thread> threads;
+        threads.reserve(times.size());
         for (Times& part : times) threads.emplace_back([&] { appendAll(sink, entry, part); });
         for (std::thread& thread : threads) thread.join();
     }

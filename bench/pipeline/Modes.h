@@ -8,7 +8,8 @@ namespace Bench {
 /// processor time.
 void runPipeline(const Arguments& arguments);
 
-/// Does the same work and measures nothing: for a tool that counts instructions.
+/// Does the same work and measures nothing: for a tool that counts instructions. The file stays,
+/// for the caller to count its lines.
 void workPipeline(const Arguments& arguments);
 
 /// Logs one entry and prints the line that is in the file.

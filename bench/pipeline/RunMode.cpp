@@ -64,6 +64,7 @@ Spent produceAll(Subject& subject, std::vector<Share>& shares, const Arguments& 
     std::latch ready(arguments.producers + 1);
     std::latch start(1);
     std::vector<std::thread> threads;
+    threads.reserve(shares.size());
     for (Share& share : shares) {
         threads.emplace_back([&] {
             const auto producer = subject.makeProducer();
@@ -118,12 +119,12 @@ void runPipeline(const Arguments& arguments) {
 }
 
 void workPipeline(const Arguments& arguments) {
-    const TemporaryPath file(arguments.directory, arguments.subject);
-    const auto subject = makeSubject(arguments.subject, {file.path(), arguments.entries, false});
+    const auto file = arguments.directory / (arguments.subject + "-work.jsonl");
+    const auto subject = makeSubject(arguments.subject, {file, arguments.entries, false});
     const auto producer = subject->makeProducer();
     for (unsigned i = 0; i < arguments.entries; ++i) producer->log(i);
     subject->drain([] {});
-    Report().add("bytes", static_cast<double>(file_size(file.path()))).print();
+    Report().add("file", file.string()).print();
 }
 
 void showLine(const Arguments& arguments) {

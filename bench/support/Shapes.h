@@ -10,7 +10,7 @@
 namespace Bench {
 
 /// The size of each long text in bytes of UTF-8.
-inline constexpr std::size_t TEXT_BYTES = 64 * 1024;
+inline constexpr std::size_t TEXT_BYTES = 65'536;
 inline constexpr std::size_t LIST_SIZE = 4096;
 
 /// Prose of one byte a character, without anything to escape.
