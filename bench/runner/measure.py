@@ -1,4 +1,4 @@
-"""Takes the samples: lists of one figure a round, under names like "burst1/korvel-list/call_p50"."""
+"""Takes the samples: lists of a figure a round, under names like "burst1/korvel-list/call_p50"."""
 
 import json
 import re
@@ -29,7 +29,7 @@ class Effort:
     counts: int
 
 
-FULL = Effort(9, 5, 100_000, 10_000, 400_000, 9, 0.1, 5)
+FULL = Effort(13, 9, 100_000, 10_000, 400_000, 9, 0.1, 5)
 QUICK = Effort(3, 1, 30_000, 4_000, 100_000, 3, 0.02, 1)
 
 

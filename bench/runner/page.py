@@ -37,12 +37,12 @@ def machine(effort):
     cores = len(re.findall(r"^processor\s*:", info, re.M))
     cache = (BUILD / "CMakeCache.txt").read_text()
     compiler = re.search(r"CMAKE_CXX_COMPILER:\w+=(.*)", cache)[1]
+    system = platform.freedesktop_os_release()["PRETTY_NAME"]
     versions = [told_by("dpkg-query", "-W", "-f=${Package} ${Version}", p) for p in PACKAGES]
     return as_table(["", ""], [
         ["Date", date.today().isoformat()],
         ["Processor", f"{model[1] if model else 'unknown'}, {cores} cores"],
-        ["System", f"{platform.freedesktop_os_release()['PRETTY_NAME']}, Linux {platform.release()},"
-                   f" glibc {platform.libc_ver()[1]}"],
+        ["System", f"{system}, Linux {platform.release()}, glibc {platform.libc_ver()[1]}"],
         ["File system", told_by("findmnt", "-n", "-o", "FSTYPE", "-T", str(FILES))],
         ["Compiler", told_by(compiler, "--version").splitlines()[0] + ", -O2 -g -DNDEBUG"],
         ["Packages", ", ".join(versions)],
@@ -55,8 +55,10 @@ def pipeline_figures(samples, load):
     # A paced producer spins between its entries, so the last two would tell nothing.
     keys = keys if load.startswith("burst") else keys[:4]
     heads = ["", "mean", "p50", "p99", "p99.9", "until in the file", "processor time"]
-    lines = [[NAMES[subject], *(duration(median(samples[f"{load}/{subject}/{key}"])) for key in keys)]
-             for subject in SUBJECTS]
+    lines = []
+    for subject in SUBJECTS:
+        figures = [median(samples[f"{load}/{subject}/{key}"]) for key in keys]
+        lines.append([NAMES[subject], *map(duration, figures)])
     return as_table(heads[:len(keys) + 1], lines)
 
 
@@ -114,7 +116,8 @@ def growth_figures(samples):
 def write(rows, samples, effort):
     conversions, trees, rotation = other_figures(samples)
     sections = [
-        "# Results\n\nWritten by `scripts/bench`. [README.md](README.md) tells what the words mean.",
+        "# Results",
+        "Written by `scripts/bench`. [README.md](README.md) tells what the words mean.",
         machine(effort),
         "## Ratios and targets", table(rows),
         "## Figures: one producer in a burst", pipeline_figures(samples, "burst1"),

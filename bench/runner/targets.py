@@ -1,7 +1,8 @@
 """The rows of the table: what Korvel costs beside a peer, and what is aimed at.
 
-A ratio is the median of the ratios of rounds, each of which ran both sides one soon after the other.
-Where Korvel has two styles, or a peer has, the row tells the pair that looks worst for Korvel.
+A ratio is the median of the ratios of rounds, each of which ran both sides one soon after the
+other. Where Korvel has two styles, or a peer has, the row tells the pair that looks worst for
+Korvel.
 """
 
 import math
@@ -141,8 +142,8 @@ def rows(samples):
         *pipeline_rows(samples),
         *part_rows(samples),
         *limit_rows(samples),
-        growth_row(samples, "Time an entry by entries", GROWING_ENTRIES, "growth/entries"),
-        growth_row(samples, "Time an entry by producers", GROWING_PRODUCERS, "growth/producers"),
+        growth_row(samples, "Time an entry, by number of entries", GROWING_ENTRIES, "growth/entries"),
+        growth_row(samples, "Time an entry, by number of producers", GROWING_PRODUCERS, "growth/producers"),
         linear_row(samples, "width"),
         linear_row(samples, "depth"),
     ]
