@@ -238,6 +238,7 @@ private:
     friend class Logger;
     friend class Extender;
     friend class JsonWriter;
+    friend class SinkHandler;
 
     /// A text has three forms: a short one in the Message itself, a longer one in a TextNode, both
     /// in UTF-8, and a wide one for units that have no UTF-8 to read back from, such as lone
@@ -256,7 +257,7 @@ private:
 
     struct TextNode;
     struct VectorNode;
-    struct MapNode;
+    class MapNode;
     struct Teardown;
 
     union Slot {
@@ -302,6 +303,8 @@ private:
     void become(Type type, Slot slot) noexcept;
     void becomeVector(std::vector<Message> elements);
     void becomeMap(std::map<std::wstring, Message> entries);
+    void becomeFlatMap(std::size_t size);
+    void set(std::wstring_view key, Message&& value);
     Value take() noexcept;
     void storeUnits(std::wstring_view text);
     bool storeShortAscii(std::wstring_view text) noexcept;

@@ -3,6 +3,7 @@
 #include "message/DoubleText.h"
 #include "message/IntegerText.h"
 #include "message/JsonEscape.h"
+#include "message/MessageNodes.h"
 
 #include <cstring>
 #include <locale>
@@ -21,6 +22,12 @@ constexpr std::size_t ROOM_FOR_CHILD = 128;
 char* put(char* out, std::string_view piece) {
     std::memcpy(out, piece.data(), piece.size());
     return out + piece.size();
+}
+
+/// Free of branches.
+char* putComma(char* out, bool isFirst) {
+    *out = ',';
+    return out + (isFirst ? 0 : 1);
 }
 
 template <class Text>
@@ -47,13 +54,14 @@ void JsonWriter::write(const Message& root) {
     }
     levels_.reserve(USUAL_DEPTH);
     open(root);
-    while (!levels_.empty()) {
-        if (levels_.back().container->isMap()) {
-            writeEntries();
-        } else {
-            writeElements();
-        }
-    }
+    while (!levels_.empty()) writeChildren();
+}
+
+void JsonWriter::writeChildren() {
+    const Message& container = *levels_.back().container;
+    if (container.isVector()) return writeElements();
+    if (container.value_.plain.slot.map->isFlat()) return writeFlatEntries();
+    writeEntries();
 }
 
 void JsonWriter::open(const Message& container) {
@@ -61,7 +69,8 @@ void JsonWriter::open(const Message& container) {
     text_.push_back(container.isMap() ? '{' : '[');
     if (pretty_) text_.push_back('\n');
     levels_.push_back({&container, 0, {}});
-    if (container.isMap()) levels_.back().entry = container.getMap().begin();
+    if (container.isVector() || container.value_.plain.slot.map->isFlat()) return;
+    levels_.back().entry = container.getMap().begin();
 }
 
 /// Goes on with the innermost container, a Vector, up to an element that is a container itself, or
@@ -76,9 +85,7 @@ void JsonWriter::writeElements() {
     const bool isLaidOut = pretty_ || !indent_.empty();
     char* out = text_.room(0);
     for (const Message* element = begin + level.position; element != end; ++element) {
-        out = text_.room(out, room);
-        *out = ',';
-        out += element == begin ? 0 : 1;
+        out = putComma(text_.room(out, room), element == begin);
         if (isLaidOut) out = putLayout(out, element == begin);
         if (element->isContainer()) {
             level.position = static_cast<std::size_t>(element - begin) + 1;
@@ -91,7 +98,32 @@ void JsonWriter::writeElements() {
     close(']', elements.empty());
 }
 
-/// The same for a Map.
+/// The same for a Map that is flat.
+void JsonWriter::writeFlatEntries() {
+    Level& level = levels_.back();
+    const auto& entries = level.container->value_.plain.slot.map->flat();
+    const auto* const begin = entries.data();
+    const auto* const end = begin + entries.size();
+    const std::size_t room = ROOM_FOR_CHILD + indent_.size();
+    const bool isLaidOut = pretty_ || !indent_.empty();
+    char* out = text_.room(0);
+    for (const auto* entry = begin + level.position; entry != end; ++entry) {
+        out = putComma(text_.room(out, room), entry == begin);
+        if (isLaidOut) out = putLayout(out, entry == begin);
+        *out = '"';
+        out = putColon(put(entry->key.write(out + 1), "\""));
+        if (entry->value.isContainer()) {
+            level.position = static_cast<std::size_t>(entry - begin) + 1;
+            text_.endAt(out);
+            return open(entry->value);
+        }
+        out = putScalar(out, entry->value);
+    }
+    text_.endAt(out);
+    close('}', entries.empty());
+}
+
+/// The same for any other Map.
 void JsonWriter::writeEntries() {
     Level& level = levels_.back();
     const Entries& entries = level.container->getMap();
@@ -102,12 +134,9 @@ void JsonWriter::writeEntries() {
     for (auto entry = level.entry; entry != entries.end(); ++entry) {
         const auto& [key, value] = *entry;
         out = text_.room(out, room + JsonEscape::roomFor(key.size()));
-        *out = ',';
-        out += entry == begin ? 0 : 1;
+        out = putComma(out, entry == begin);
         if (isLaidOut) out = putLayout(out, entry == begin);
-        out = putQuoted(out, std::wstring_view(key));
-        *out++ = ':';
-        if (pretty_) *out++ = ' ';
+        out = putColon(putQuoted(out, std::wstring_view(key)));
         if (value.isContainer()) {
             level.entry = std::next(entry);
             text_.endAt(out);
@@ -132,6 +161,10 @@ char* JsonWriter::putLayout(char* out, bool isFirst) const {
     if (pretty_ && !isFirst) *out++ = '\n';
     out = put(out, indent_);
     return pretty_ ? put(out, STEP) : out;
+}
+
+char* JsonWriter::putColon(char* out) const {
+    return put(out, pretty_ ? ": " : ":");
 }
 
 /// `out` is the end of the text, with ROOM_FOR_CHILD behind it.

@@ -23,7 +23,7 @@ private:
     using Entries = std::map<std::wstring, Message>;
 
     /// A container that has been opened and not yet closed, and what of it comes next. `position`
-    /// is used for a Vector and `entry` for a Map.
+    /// is used for a Vector and a flat Map, and `entry` for any other Map.
     struct Level {
         const Message* container;
         std::size_t position;
@@ -31,10 +31,13 @@ private:
     };
 
     void open(const Message& container);
+    void writeChildren();
     void writeElements();
+    void writeFlatEntries();
     void writeEntries();
     void close(char bracket, bool isEmpty);
     char* putLayout(char* out, bool isFirst) const;
+    char* putColon(char* out) const;
     char* putScalar(char* out, const Message& value);
     char* putLongText(char* out, std::string_view text);
 

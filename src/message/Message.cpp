@@ -7,31 +7,21 @@
 
 #include <Korvel/WrongTypeException.h>
 
+#include <algorithm>
+
 namespace Korvel {
 namespace {
 
-std::wstring wideKey(const std::string& key) {
-    return Utf::decode(key);
-}
-
-std::wstring wideKey(const std::wstring& key) {
-    return Utf::splitSupplementary(key);
-}
-
-template <class Key>
-std::map<std::wstring, Message> moveEntries(std::map<Key, Message>& source) {
+std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> source) {
+    const auto isSplit = [](const auto& entry) {
+        return !Utf::hasSupplementaryElement(entry.first);
+    };
+    if (std::all_of(source.begin(), source.end(), isSplit)) return source;
     std::map<std::wstring, Message> entries;
     for (auto& [key, value] : source) {
-        entries[wideKey(key)] = std::move(value);
+        entries[Utf::splitSupplementary(key)] = std::move(value);
     }
     return entries;
-}
-
-std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> source) {
-    for (const auto& entry : source) {
-        if (Utf::hasSupplementaryElement(entry.first)) return moveEntries(source);
-    }
-    return source;
 }
 
 }  // namespace
@@ -47,7 +37,9 @@ Message::Message(double value) noexcept : value_{{Type::Double, {}}} {
 }
 
 Message::Message(std::map<std::string, Message> entries) : Message() {
-    becomeMap(moveEntries(entries));
+    becomeFlatMap(entries.size());
+    MapNode& node = *value_.plain.slot.map;
+    for (auto& [key, value] : entries) node.place(std::string_view(key)) = std::move(value);
 }
 
 Message::Message(std::map<std::wstring, Message> entries) : Message() {
@@ -55,13 +47,15 @@ Message::Message(std::map<std::wstring, Message> entries) : Message() {
 }
 
 Message::Message(std::initializer_list<std::pair<std::string, Message>> entries) : Message() {
-    becomeMap({});
-    for (const auto& [key, value] : entries) element(key) = value;
+    becomeFlatMap(entries.size());
+    MapNode& node = *value_.plain.slot.map;
+    for (const auto& [key, value] : entries) node.place(std::string_view(key)) = value;
 }
 
 Message::Message(std::initializer_list<std::pair<std::wstring, Message>> entries) : Message() {
-    becomeMap({});
-    for (const auto& [key, value] : entries) element(key) = value;
+    becomeFlatMap(entries.size());
+    MapNode& node = *value_.plain.slot.map;
+    for (const auto& [key, value] : entries) node.place(std::wstring_view(key)) = value;
 }
 
 Message::Message(std::vector<Message> elements) : Message() {
@@ -110,7 +104,13 @@ void Message::becomeVector(std::vector<Message> elements) {
 }
 
 void Message::becomeMap(std::map<std::wstring, Message> entries) {
-    become(Type::Map, {.map = new MapNode{std::move(entries)}});
+    become(Type::Map, {.map = new MapNode(std::move(entries))});
+}
+
+/// With room for `size` entries and a few more.
+void Message::becomeFlatMap(std::size_t size) {
+    become(Type::Map, {.map = new MapNode()});
+    value_.plain.slot.map->reserve(size);
 }
 
 bool Message::isNull() const noexcept {

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "message/FlatKey.h"
+
 #include <Korvel/Message.h>
+
+#include <atomic>
 
 namespace Korvel {
 
@@ -15,16 +19,89 @@ struct Message::TextNode {
     const char* bytes() const noexcept { return reinterpret_cast<const char*>(this + 1); }
 };
 
-/// What a Vector or Map owns. The link serves the destruction of a tree, which must neither recurse
-/// nor allocate.
+/// What a Vector owns. The link, here and below, serves the destruction of a deep tree, which must
+/// neither recurse nor allocate.
 struct Message::VectorNode {
     std::vector<Message> elements;
     VectorNode* next = nullptr;
 };
 
-struct Message::MapNode {
-    std::map<std::wstring, Message> entries;
+/// What a Map owns, in one of two forms. The tree is what getMap promises: its map and its values
+/// stay where they are, at two allocations a key. As long as nobody has asked for a reference, the
+/// entries stand in one flat array instead, which is what happens to most that is logged.
+///
+/// Reading getMap of a flat Map makes the tree beside the array, which then both hold the same;
+/// the first operation that can change a value ends the flat form for good.
+class Message::MapNode {
+public:
+    using Tree = std::map<std::wstring, Message>;
+
+    struct Entry {
+        Entry(FlatKey entryKey) : key(entryKey) {}
+        Entry(const Entry& source) = default;
+        Entry(Entry&& source) noexcept : key(source.key), value(TakeOver(), source.value) {}
+        Entry& operator=(const Entry& source) = delete;
+        Entry& operator=(Entry&& source) noexcept = default;
+        ~Entry() = default;
+
+        FlatKey key;
+        Message value;
+    };
+
+    /// An empty one, flat.
+    MapNode() = default;
+    /// A tree.
+    explicit MapNode(Tree entries);
+    MapNode(const MapNode& source);
+    MapNode& operator=(const MapNode&) = delete;
+    ~MapNode();
+
+    void reserve(std::size_t size);
+    bool isFlat() const noexcept { return isFlat_; }
+    const std::vector<Entry>& flat() const noexcept { return flat_; }
+    std::vector<Entry>& flat() noexcept { return flat_; }
+    std::size_t size() const noexcept;
+    bool contains(std::wstring_view key) const;
+
+    /// Safe for many readers at once.
+    const Tree& tree() const;
+    /// Ends the flat form.
+    Tree& tree();
+
+    /// The value at `key`, inserted as Null if it is absent, for an assignment at once: the next
+    /// insertion can move it. So it must not reach a user.
+    template <class Unit>
+    Message& place(std::basic_string_view<Unit> key);
+
+    void beginCopies(const MapNode& source, OpenCopies& open);
+
+    /// Calls `action` with every value, in whichever forms there are.
+    template <class Action>
+    void forEachValue(Action action) {
+        for (Entry& entry : flat_) action(entry.value);
+        if (Tree* const tree = tree_.load(std::memory_order_relaxed); tree != nullptr) {
+            for (auto& entry : *tree) action(entry.second);
+        }
+    }
+
     MapNode* next = nullptr;
+
+private:
+    /// More entries would make insertion slow.
+    static constexpr std::size_t MOST_FLAT = 32;
+    /// For the keys that extenders and the handler add.
+    static constexpr std::size_t SPARE = 4;
+
+    const Entry* find(const FlatKey& key) const noexcept;
+    Message* placeFlat(const FlatKey& key);
+    bool copyFlat(const Tree& source);
+
+    bool isFlat_ = true;
+    std::vector<Entry> flat_;
+    /// Where a tree begins that was never flat; it saves that an allocation.
+    Tree own_;
+    /// `own_`, or one on the heap, or null while there is no tree.
+    mutable std::atomic<Tree*> tree_ = nullptr;
 };
 
 }  // namespace Korvel

@@ -57,7 +57,7 @@ struct Message::Teardown {
     void destroyMap() noexcept {
         MapNode* const node = maps;
         maps = node->next;
-        for (auto& entry : node->entries) take(entry.second);
+        node->forEachValue([this](Message& value) { take(value); });
         delete node;
     }
 };
@@ -98,7 +98,7 @@ void Message::copyFrom(const Message& source) {
     } else if (source.isVector()) {
         becomeVector(source.getVector());
     } else {
-        becomeMap(source.getMap());
+        become(Type::Map, {.map = new MapNode(*source.value_.plain.slot.map)});
     }
 }
 
@@ -122,23 +122,20 @@ void Message::beginCopy(const Message& source, OpenCopies& open) {
     if (source.isVector()) {
         becomeVector({});
     } else {
-        becomeMap({});
+        become(Type::Map, {.map = new MapNode()});
     }
     open.emplace_back(&source, this);
 }
 
 void Message::copyChildren(const Message& source, OpenCopies& open) {
-    if (isVector()) {
-        const auto& from = source.getVector();
-        auto& to = value_.plain.slot.vector->elements;
-        to.resize(from.size());
-        for (std::size_t i = 0; i < from.size(); ++i) to[i].beginCopy(from[i], open);
-    } else {
-        auto& to = value_.plain.slot.map->entries;
-        for (const auto& [key, value] : source.getMap()) {
-            to.try_emplace(to.end(), key)->second.beginCopy(value, open);
-        }
+    if (isMap()) {
+        value_.plain.slot.map->beginCopies(*source.value_.plain.slot.map, open);
+        return;
     }
+    const auto& from = source.getVector();
+    auto& to = value_.plain.slot.vector->elements;
+    to.resize(from.size());
+    for (std::size_t i = 0; i < from.size(); ++i) to[i].beginCopy(from[i], open);
 }
 
 }  // namespace Korvel

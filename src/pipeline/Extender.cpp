@@ -15,7 +15,7 @@ Extender::~Extender() = default;
 bool Extender::log(const std::wstring& type, Message message) {
     wrapPayload(message);
     Message value = getter_(message);
-    message[key_] = std::move(value);
+    message.set(key_, std::move(value));
     return logger_->log(type, Message(Message::TakeOver(), message));
 }
 

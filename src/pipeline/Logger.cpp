@@ -11,7 +11,7 @@ bool Logger::log(const std::string& type, Message message) {
 void Logger::wrapPayload(Message& message) {
     if (message.isMap() || message.isNull()) return;
     Message wrapped;
-    wrapped[L"messageData"] = std::move(message);
+    wrapped.set(L"messageData", std::move(message));
     message = std::move(wrapped);
 }
 

@@ -33,7 +33,7 @@ bool SinkHandler::log(const std::wstring& type, Message message) {
         throw std::logic_error("Calling log() from inside the logger thread is forbidden");
     }
     wrapPayload(message);
-    message[L"message"] = Message(type);
+    message.set(L"message", Message(type));
     bool wasEmpty = false;
     {
         const std::lock_guard<std::mutex> guard(queueMutex_);

@@ -1,0 +1,136 @@
+#include "message/MessageNodes.h"
+#include "message/Utf.h"
+
+#include <algorithm>
+#include <memory>
+#include <tuple>
+
+namespace Korvel {
+
+Message::MapNode::MapNode(Tree entries)
+    : isFlat_(false), own_(std::move(entries)), tree_(&own_) {}
+
+Message::MapNode::MapNode(const MapNode& source) {
+    if (source.isFlat_) {
+        reserve(source.flat_.size());
+        for (const Entry& entry : source.flat_) flat_.push_back(entry);
+    } else if (!copyFlat(source.tree())) {
+        flat_.clear();
+        own_ = source.tree();
+        tree_ = &own_;
+        isFlat_ = false;
+    }
+}
+
+Message::MapNode::~MapNode() {
+    const Tree* const tree = tree_;
+    if (tree != &own_) delete tree;
+}
+
+void Message::MapNode::reserve(std::size_t size) {
+    flat_.reserve(std::min(size + SPARE, MOST_FLAT));
+}
+
+std::size_t Message::MapNode::size() const noexcept {
+    return isFlat_ ? flat_.size() : tree_.load()->size();
+}
+
+bool Message::MapNode::contains(std::wstring_view key) const {
+    if (!isFlat_) return tree().contains(Utf::splitSupplementary(key));
+    const auto flatKey = FlatKey::of(key);
+    return flatKey.has_value() && find(*flatKey) != nullptr;
+}
+
+const Message::MapNode::Tree& Message::MapNode::tree() const {
+    if (const Tree* const made = tree_.load(std::memory_order_acquire)) return *made;
+    auto tree = std::make_unique<Tree>();
+    for (const Entry& entry : flat_) tree->emplace_hint(tree->end(), entry.key.wide(), entry.value);
+    // Readers can get here at the same time; the first one's tree is for all.
+    Tree* first = nullptr;
+    if (tree_.compare_exchange_strong(first, tree.get(), std::memory_order_acq_rel)) {
+        return *tree.release();
+    }
+    return *first;
+}
+
+Message::MapNode::Tree& Message::MapNode::tree() {
+    if (tree_ == nullptr) {
+        for (Entry& entry : flat_) {
+            own_.try_emplace(own_.end(), entry.key.wide());
+        }
+        // Nothing throws from here on, so a failure above leaves the entries as they were.
+        auto place = own_.begin();
+        for (Entry& entry : flat_) (place++)->second = std::move(entry.value);
+        tree_ = &own_;
+    }
+    flat_.clear();
+    isFlat_ = false;
+    return *tree_;
+}
+
+template <class Unit>
+Message& Message::MapNode::place(std::basic_string_view<Unit> key) {
+    if (isFlat_ && tree_ == nullptr) {
+        if (const auto flatKey = FlatKey::of(key)) {
+            if (Message* const value = placeFlat(*flatKey)) return *value;
+        }
+    }
+    std::wstring wideKey;
+    if constexpr (sizeof(Unit) == 1) {
+        wideKey = Utf::decode(key);
+    } else {
+        wideKey = Utf::splitSupplementary(key);
+    }
+    // Most keys are new ones, for which emplace compares less than try_emplace.
+    return tree()
+        .emplace(std::piecewise_construct, std::forward_as_tuple(std::move(wideKey)),
+                 std::tuple<>())
+        .first->second;
+}
+
+template Message& Message::MapNode::place(std::string_view key);
+template Message& Message::MapNode::place(std::wstring_view key);
+
+const Message::MapNode::Entry* Message::MapNode::find(const FlatKey& key) const noexcept {
+    const auto entry = std::find_if(flat_.begin(), flat_.end(),
+                                    [&](const Entry& other) { return other.key == key; });
+    return entry == flat_.end() ? nullptr : &*entry;
+}
+
+/// Begins the copies of the entries of `source` in this empty node, in the same form.
+void Message::MapNode::beginCopies(const MapNode& source, OpenCopies& open) {
+    if (source.isFlat_) {
+        for (const Entry& entry : source.flat_) flat_.emplace_back(entry.key);
+        auto to = flat_.begin();
+        for (const Entry& entry : source.flat_) (to++)->value.beginCopy(entry.value, open);
+        return;
+    }
+    Tree& copies = tree();
+    for (const auto& [key, value] : source.tree()) {
+        copies.try_emplace(copies.end(), key)->second.beginCopy(value, open);
+    }
+}
+
+/// Null where there is no room for another key.
+Message* Message::MapNode::placeFlat(const FlatKey& key) {
+    std::size_t position = flat_.size();
+    while (position > 0 && key < flat_[position - 1].key) --position;
+    if (position > 0 && flat_[position - 1].key == key) return &flat_[position - 1].value;
+    if (flat_.size() == MOST_FLAT) return nullptr;
+    const auto place = flat_.begin() + static_cast<std::ptrdiff_t>(position);
+    return &flat_.insert(place, Entry(key))->value;
+}
+
+/// Copies the entries of a tree into this empty node, if they can be flat.
+bool Message::MapNode::copyFlat(const Tree& source) {
+    if (source.size() > MOST_FLAT - SPARE) return false;
+    reserve(source.size());
+    for (const auto& [text, value] : source) {
+        const auto key = FlatKey::of(std::wstring_view(text));
+        if (!key.has_value()) return false;
+        flat_.emplace_back(*key).value = value;
+    }
+    return true;
+}
+
+}  // namespace Korvel
