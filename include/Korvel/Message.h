@@ -142,7 +142,13 @@ public:
     /// Takes over the value. A String, Vector or Map leaves `source` Null; a Boolean, Double or
     /// Integer stays in `source` as well. `source` may be this Message or a value inside it, but
     /// not a value around it, which would then contain itself and never be freed.
-    Message& operator=(Message&& source) noexcept;
+    Message& operator=(Message&& source) noexcept {
+        // Taken out first: the source may be a part of the tree that goes.
+        const Value taken = source.take();
+        if (ownsStorage()) reset();
+        value_ = taken;
+        return *this;
+    }
 
     ~Message() {
         if (ownsStorage()) reset();
@@ -242,14 +248,15 @@ private:
 
     /// A text has three forms: a short one in the Message itself, a longer one in a TextNode, both
     /// in UTF-8, and a wide one for units that have no UTF-8 to read back from, such as lone
-    /// surrogates. The types from Text on own storage.
+    /// surrogates. The short form holds its size in the type, from ShortText on. The types from
+    /// ShortText on leave a Null when they are moved from, and those from Text on own storage.
     enum class Type : std::uint8_t {
         Null,
         Boolean,
         Double,
         Integer,
-        ShortText,
-        Text,
+        ShortText = 16,
+        Text = 32,
         WideText,
         Vector,
         Map
@@ -277,8 +284,7 @@ private:
 
     struct Short {
         Type type;
-        std::uint8_t size;
-        char bytes[14];
+        char bytes[15];
     };
 
     /// Both begin with the type, so it can be read whichever of them is in use.
@@ -296,8 +302,20 @@ private:
     Message(std::wstring_view text, Whole);
 
     Type type() const noexcept { return value_.plain.type; }
+    bool isShortText() const noexcept { return type() >= Type::ShortText && type() < Type::Text; }
+    /// The sixteen bytes of a short text: the type, and the text with zeros behind it.
+    const char* shortBlock() const noexcept {
+        return reinterpret_cast<const char*>(&value_.brief);
+    }
     bool ownsStorage() const noexcept { return type() >= Type::Text; }
     bool isContainer() const noexcept { return type() >= Type::Vector; }
+    /// The value, with what it owns: a text or a container leaves a Null, a scalar stays here.
+    Value take() noexcept {
+        const Value taken = value_;
+        if (type() >= Type::ShortText) value_.plain = {Type::Null, {}};
+        return taken;
+    }
+
     void requireType(Type wanted) const;
     void requireString() const;
     void become(Type type, Slot slot) noexcept;
@@ -305,7 +323,6 @@ private:
     void becomeMap(std::map<std::wstring, Message> entries);
     void becomeFlatMap(std::size_t size);
     void set(std::wstring_view key, Message&& value);
-    Value take() noexcept;
     void storeUnits(std::wstring_view text);
     bool storeShortAscii(std::wstring_view text) noexcept;
     char* makeText(std::size_t size);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "message/TextBlock.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -13,45 +15,66 @@ namespace Korvel {
 /// escapes. Zero bytes stand behind the text, so that its bytes alone give the order of keys.
 class FlatKey {
 public:
-    static constexpr std::size_t CAPACITY = 15;
+    static constexpr std::size_t CAPACITY = TextBlock::SIZE - 1;
 
     /// The key with that text, if it is of this kind.
-    template <class Unit>
-    static std::optional<FlatKey> of(std::basic_string_view<Unit> text) noexcept {
+    static std::optional<FlatKey> of(std::string_view text) noexcept {
         if (text.size() > CAPACITY) return std::nullopt;
         FlatKey key;
-        bool isPlain = true;
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            const auto unit = static_cast<std::uint32_t>(text[i]);
-            isPlain &= unit - 0x20 < 0x60 && unit != '"' && unit != '\\';
-            key.text_[i] = static_cast<char>(unit);
-        }
-        if (!isPlain) return std::nullopt;
-        key.size_ = static_cast<std::uint8_t>(text.size());
-        return key;
+        text.copy(key.bytes_, text.size());
+        return key.finish(text.size());
     }
 
-    std::size_t size() const noexcept { return size_; }
+    static std::optional<FlatKey> of(std::wstring_view text) noexcept {
+        if (text.size() > CAPACITY) return std::nullopt;
+        wchar_t units[TextBlock::SIZE] = {};
+        text.copy(units, text.size());
+        if (!TextBlock::isAscii(units)) return std::nullopt;
+        FlatKey key;
+        TextBlock::narrow(key.bytes_, units);
+        return key.finish(text.size());
+    }
+
+    std::size_t size() const noexcept { return static_cast<std::size_t>(bytes_[CAPACITY]); }
 
     /// Writes the text, and returns its end; CAPACITY bytes are written, whatever the end is.
     char* write(char* out) const noexcept {
-        std::memcpy(out, text_, CAPACITY);
-        return out + size_;
+        std::memcpy(out, bytes_, CAPACITY);
+        return out + size();
     }
 
-    std::wstring wide() const { return std::wstring(text_, text_ + size_); }
+    std::wstring wide() const { return std::wstring(bytes_, bytes_ + size()); }
 
     bool operator==(const FlatKey& other) const noexcept {
-        return std::memcmp(text_, other.text_, CAPACITY) == 0;
+        return std::memcmp(bytes_, other.bytes_, CAPACITY) == 0;
     }
 
     bool operator<(const FlatKey& other) const noexcept {
-        return std::memcmp(text_, other.text_, CAPACITY) < 0;
+        const std::uint64_t left = head();
+        const std::uint64_t right = other.head();
+        if (left != right) return left < right;
+        return std::memcmp(bytes_ + sizeof left, other.bytes_ + sizeof left, sizeof left) < 0;
     }
 
 private:
-    char text_[CAPACITY] = {};
-    std::uint8_t size_ = 0;
+    std::optional<FlatKey> finish(std::size_t size) noexcept {
+        const unsigned special = TextBlock::escapeMask(bytes_) | TextBlock::otherMask(bytes_);
+        if ((special & TextBlock::maskOf(size)) != 0) return std::nullopt;
+        bytes_[CAPACITY] = static_cast<char>(size);
+        return *this;
+    }
+
+    /// The first eight bytes as a number, the first of them in the highest place.
+    std::uint64_t head() const noexcept {
+        const auto byte = [this](unsigned position) {
+            return std::uint64_t{static_cast<unsigned char>(bytes_[position])}
+                   << (56 - 8 * position);
+        };
+        return byte(0) | byte(1) | byte(2) | byte(3) | byte(4) | byte(5) | byte(6) | byte(7);
+    }
+
+    /// The text, and its size in the last byte.
+    char bytes_[TextBlock::SIZE] = {};
 };
 
 }  // namespace Korvel

@@ -64,15 +64,22 @@ char* writeCharacterwise(char* out, std::wstring_view text) {
 }  // namespace
 
 char* write(char* out, std::string_view text) noexcept {
+    const std::size_t size = text.size();
     for (; text.size() >= TextBlock::SIZE; text.remove_prefix(TextBlock::SIZE)) {
-        if (TextBlock::needsEscape(text.data())) {
+        if (TextBlock::escapeMask(text.data()) != 0) {
             out = writeBytewise(out, text.substr(0, TextBlock::SIZE));
         } else {
             std::memcpy(out, text.data(), TextBlock::SIZE);
             out += TextBlock::SIZE;
         }
     }
-    return writeBytewise(out, text);
+    if (size < TextBlock::SIZE) return writeBytewise(out, text);
+    // The rest is looked at as the end of a whole block.
+    const char* const lastBlock = text.data() + text.size() - TextBlock::SIZE;
+    const unsigned escapes =
+        TextBlock::escapeMask(lastBlock) >> (TextBlock::SIZE - text.size());
+    if (escapes != 0) return writeBytewise(out, text);
+    return out + text.copy(out, text.size());
 }
 
 char* write(char* out, std::wstring_view text) {

@@ -4,6 +4,7 @@
 #include "message/IntegerText.h"
 #include "message/JsonEscape.h"
 #include "message/MessageNodes.h"
+#include "message/TextBlock.h"
 
 #include <cstring>
 #include <locale>
@@ -169,6 +170,7 @@ char* JsonWriter::putColon(char* out) const {
 
 /// `out` is the end of the text, with ROOM_FOR_CHILD behind it.
 char* JsonWriter::putScalar(char* out, const Message& value) {
+    if (value.isShortText()) return putShortText(out, value);
     const Message::Slot& slot = value.value_.plain.slot;
     switch (value.type()) {
     case Message::Type::Boolean:
@@ -178,8 +180,6 @@ char* JsonWriter::putScalar(char* out, const Message& value) {
     case Message::Type::Double:
         return isClassicLocale_ ? DoubleText::write(out, slot.real)
                                 : put(out, DoubleText::inGlobalLocale(slot.real));
-    case Message::Type::ShortText:
-        return putQuoted(out, value.narrowText());
     case Message::Type::Text:
         return putLongText(out, value.narrowText());
     case Message::Type::WideText:
@@ -188,6 +188,17 @@ char* JsonWriter::putScalar(char* out, const Message& value) {
     default:
         return put(out, "null");
     }
+}
+
+char* JsonWriter::putShortText(char* out, const Message& value) {
+    const std::string_view text = value.narrowText();
+    const unsigned escapes = TextBlock::escapeMask(value.shortBlock()) >> 1;
+    if ((escapes & TextBlock::maskOf(text.size())) != 0) return putQuoted(out, text);
+    *out = '"';
+    std::memcpy(out + 1, value.value_.brief.bytes, sizeof value.value_.brief.bytes);
+    out += 1 + text.size();
+    *out = '"';
+    return out + 1;
 }
 
 char* JsonWriter::putLongText(char* out, std::string_view text) {

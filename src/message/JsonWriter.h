@@ -39,6 +39,7 @@ private:
     char* putLayout(char* out, bool isFirst) const;
     char* putColon(char* out) const;
     char* putScalar(char* out, const Message& value);
+    static char* putShortText(char* out, const Message& value);
     char* putLongText(char* out, std::string_view text);
 
     TextBuffer& text_;

@@ -117,8 +117,10 @@ Message* Message::MapNode::placeFlat(const FlatKey& key) {
     while (position > 0 && key < flat_[position - 1].key) --position;
     if (position > 0 && flat_[position - 1].key == key) return &flat_[position - 1].value;
     if (flat_.size() == MOST_FLAT) return nullptr;
-    const auto place = flat_.begin() + static_cast<std::ptrdiff_t>(position);
-    return &flat_.insert(place, Entry(key))->value;
+    flat_.emplace_back(key);
+    for (std::size_t i = flat_.size() - 1; i > position; --i) flat_[i].takeFrom(flat_[i - 1]);
+    flat_[position].key = key;
+    return &flat_[position].value;
 }
 
 /// Copies the entries of a tree into this empty node, if they can be flat.
@@ -128,7 +130,7 @@ bool Message::MapNode::copyFlat(const Tree& source) {
     for (const auto& [text, value] : source) {
         const auto key = FlatKey::of(std::wstring_view(text));
         if (!key.has_value()) return false;
-        flat_.emplace_back(*key).value = value;
+        flat_.emplace_back(*key, value);
     }
     return true;
 }

@@ -75,24 +75,15 @@ Message::Message(const Message& source) : Message() {
 Message::Message(const Message&& source) : Message(source) {}
 
 Message& Message::operator=(const Message& source) {
+    if (!source.ownsStorage()) {
+        const Value copy = source.value_;
+        if (ownsStorage()) reset();
+        value_ = copy;
+        return *this;
+    }
     // The copy comes first: the source may be a part of the tree that goes.
     Message copy(source);
     return *this = std::move(copy);
-}
-
-Message& Message::operator=(Message&& source) noexcept {
-    // Taken out first, for the same reason.
-    const Value taken = source.take();
-    if (ownsStorage()) reset();
-    value_ = taken;
-    return *this;
-}
-
-/// The value, with what it owns: a text or a container leaves a Null, a scalar stays here as well.
-Message::Value Message::take() noexcept {
-    const Value taken = value_;
-    if (isString() || isContainer()) become(Type::Null, {});
-    return taken;
 }
 
 void Message::become(Type type, Slot slot) noexcept {

@@ -37,12 +37,19 @@ public:
     using Tree = std::map<std::wstring, Message>;
 
     struct Entry {
-        Entry(FlatKey entryKey) : key(entryKey) {}
+        explicit Entry(const FlatKey& entryKey) noexcept : key(entryKey) {}
+        Entry(const FlatKey& entryKey, const Message& entryValue)
+            : key(entryKey), value(entryValue) {}
         Entry(const Entry& source) = default;
         Entry(Entry&& source) noexcept : key(source.key), value(TakeOver(), source.value) {}
-        Entry& operator=(const Entry& source) = delete;
-        Entry& operator=(Entry&& source) noexcept = default;
+        Entry& operator=(const Entry&) = delete;
         ~Entry() = default;
+
+        /// Into an entry whose value is Null.
+        void takeFrom(Entry& source) noexcept {
+            key = source.key;
+            value.value_ = source.value.take();
+        }
 
         FlatKey key;
         Message value;

@@ -2,6 +2,7 @@
 // units, so every text that UTF-8 can tell is kept in UTF-8.
 
 #include "message/MessageNodes.h"
+#include "message/TextBlock.h"
 #include "message/Utf.h"
 
 #include <cstring>
@@ -19,8 +20,13 @@ void Message::TextNode::destroy(TextNode* node) noexcept {
 
 Message::Message(const char* text) : Message() {
     const std::string_view bytes(text);
+    if (bytes.size() < TextBlock::SIZE) {
+        // The quick way for most, which may leave a wrong text for the others to replace.
+        bytes.copy(makeText(bytes.size()), bytes.size());
+        if (TextBlock::isAscii(shortBlock())) return;
+    }
     if (Utf::isWellFormed(bytes)) {
-        std::memcpy(makeText(bytes.size()), bytes.data(), bytes.size());
+        bytes.copy(makeText(bytes.size()), bytes.size());
     } else {
         // Forms that are read though they are no UTF-8 of today.
         storeUnits(Utf::decode(bytes));
@@ -44,25 +50,23 @@ void Message::storeUnits(std::wstring_view text) {
     }
 }
 
-/// The quick way for most: one pass, which stays without effect where it finds anything else.
+/// The quick way for most, which stays without effect where the text is of another kind.
 bool Message::storeShortAscii(std::wstring_view text) noexcept {
-    Value value = {};
-    value.brief = {Type::ShortText, static_cast<std::uint8_t>(text.size()), {}};
-    if (text.size() > sizeof value.brief.bytes) return false;
-    std::uint32_t bits = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        bits |= static_cast<std::uint32_t>(text[i]);
-        value.brief.bytes[i] = static_cast<char>(text[i]);
-    }
-    if (bits >= 0x80) return false;
-    value_ = value;
+    if (text.size() > sizeof value_.brief.bytes) return false;
+    wchar_t units[TextBlock::SIZE] = {};
+    text.copy(units, text.size());
+    if (!TextBlock::isAscii(units)) return false;
+    char bytes[TextBlock::SIZE];
+    TextBlock::narrow(bytes, units);
+    std::memcpy(makeText(text.size()), bytes, sizeof value_.brief.bytes);
     return true;
 }
 
 /// Makes this Null a text of `size` bytes, which the caller fills in.
 char* Message::makeText(std::size_t size) {
     if (size <= sizeof value_.brief.bytes) {
-        value_.brief = {Type::ShortText, static_cast<std::uint8_t>(size), {}};
+        const auto base = static_cast<std::size_t>(Type::ShortText);
+        value_.brief = {static_cast<Type>(base + size), {}};
         return value_.brief.bytes;
     }
     become(Type::Text, {.text = TextNode::create(size)});
@@ -71,7 +75,10 @@ char* Message::makeText(std::size_t size) {
 
 /// The text of a String that is not wide.
 std::string_view Message::narrowText() const noexcept {
-    if (type() == Type::ShortText) return {value_.brief.bytes, value_.brief.size};
+    if (isShortText()) {
+        const auto base = static_cast<std::size_t>(Type::ShortText);
+        return {value_.brief.bytes, static_cast<std::size_t>(type()) - base};
+    }
     return {value_.plain.slot.text->bytes(), value_.plain.slot.text->size};
 }
 

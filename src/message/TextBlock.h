@@ -18,8 +18,7 @@ constexpr std::size_t SIZE = 16;
 namespace Plain {
 
 /// Whether all are below 0x80.
-template <class Unit>
-bool isAscii(const Unit* units) noexcept {
+inline bool isAscii(const wchar_t* units) noexcept {
     std::uint32_t bits = 0;
     for (std::size_t i = 0; i < SIZE; ++i) bits |= static_cast<std::uint32_t>(units[i]);
     return (bits & ~std::uint32_t{0x7F}) == 0;
@@ -34,14 +33,23 @@ inline void narrow(char* bytes, const wchar_t* units) noexcept {
     for (std::size_t i = 0; i < SIZE; ++i) bytes[i] = static_cast<char>(units[i]);
 }
 
-/// Whether one of the bytes cannot stand in a JSON string as it is.
-inline bool needsEscape(const char* bytes) noexcept {
-    bool needs = false;
+/// One bit for each byte that cannot stand in a JSON string as it is, the lowest for the first.
+inline unsigned escapeMask(const char* bytes) noexcept {
+    unsigned mask = 0;
     for (std::size_t i = 0; i < SIZE; ++i) {
         const auto byte = static_cast<unsigned char>(bytes[i]);
-        needs |= byte < 0x20 || byte == '"' || byte == '\\';
+        mask |= (byte < 0x20 || byte == '"' || byte == '\\' ? 1U : 0U) << i;
     }
-    return needs;
+    return mask;
+}
+
+/// One bit for each byte that is no ASCII.
+inline unsigned otherMask(const char* bytes) noexcept {
+    unsigned mask = 0;
+    for (std::size_t i = 0; i < SIZE; ++i) {
+        mask |= (static_cast<unsigned char>(bytes[i]) < 0x80 ? 0U : 1U) << i;
+    }
+    return mask;
 }
 
 }  // namespace Plain
@@ -54,10 +62,6 @@ inline __m128i load(const void* block) noexcept {
 
 inline void store(void* block, __m128i value) noexcept {
     _mm_storeu_si128(static_cast<__m128i*>(block), value);
-}
-
-inline bool isAscii(const char* bytes) noexcept {
-    return _mm_movemask_epi8(load(bytes)) == 0;
 }
 
 inline bool isAscii(const wchar_t* units) noexcept {
@@ -98,12 +102,17 @@ inline void narrow(char* bytes, const wchar_t* units) noexcept {
     }
 }
 
-inline bool needsEscape(const char* bytes) noexcept {
+inline unsigned escapeMask(const char* bytes) noexcept {
     const __m128i block = load(bytes);
     const __m128i isControl = _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x1F)), block);
     const __m128i isQuote = _mm_cmpeq_epi8(block, _mm_set1_epi8('"'));
     const __m128i isBackslash = _mm_cmpeq_epi8(block, _mm_set1_epi8('\\'));
-    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(isControl, isQuote), isBackslash)) != 0;
+    const __m128i isAny = _mm_or_si128(_mm_or_si128(isControl, isQuote), isBackslash);
+    return static_cast<unsigned>(_mm_movemask_epi8(isAny));
+}
+
+inline unsigned otherMask(const char* bytes) noexcept {
+    return static_cast<unsigned>(_mm_movemask_epi8(load(bytes)));
 }
 
 #else
@@ -111,5 +120,14 @@ inline bool needsEscape(const char* bytes) noexcept {
 using namespace Plain;
 
 #endif
+
+inline bool isAscii(const char* bytes) noexcept {
+    return otherMask(bytes) == 0;
+}
+
+/// The bits of the first `size` bytes.
+inline unsigned maskOf(std::size_t size) noexcept {
+    return (1U << size) - 1;
+}
 
 }  // namespace Korvel::TextBlock

@@ -4,6 +4,7 @@
 
 #include <Korvel/Functions.h>
 
+#include <cstring>
 #include <ctime>
 #include <iterator>
 #include <locale>
@@ -13,7 +14,7 @@ namespace Korvel {
 namespace {
 
 /// Enough for the digits of any year and what stands behind it.
-constexpr std::size_t LONGEST = 64;
+constexpr std::size_t LONGEST = 48;
 constexpr std::int64_t MILLISECONDS_PER_DAY = 86400000;
 constexpr std::int64_t DAYS_PER_ERA = 146097;   // The calendar repeats itself after 400 years.
 constexpr std::int64_t DAYS_TO_EPOCH = 719468;  // From 0000-03-01 to 1970-01-01.
@@ -87,17 +88,39 @@ char* writeEnd(char* out, unsigned milliseconds) {
     return out + 1;
 }
 
-std::string classicText(const Moment& moment) {
-    const Date date = toDate(moment.day);
+/// Date and time of day, up to the seconds.
+char* writeSecond(char* out, std::int64_t day, unsigned second) {
+    const Date date = toDate(day);
+    out = writeYear(out, date.year);
+    out = writeField(out, '-', date.month);
+    out = writeField(out, '-', date.day);
+    out = writeField(out, 'T', second / 3600);
+    out = writeField(out, ':', second / 60 % 60);
+    return writeField(out, ':', second % 60);
+}
+
+/// The text in the classic locale. A thread that logs does so many times a second, so each keeps
+/// the text of its last second, in plain memory: a destructor at the end of a thread would keep the
+/// library from being unloaded.
+Message classicText(const Moment& moment) {
+    struct Cache {
+        std::int64_t day;
+        unsigned second;
+        std::size_t size;
+        char text[LONGEST];
+    };
+    thread_local Cache cache = {};
     const unsigned second = moment.millisecond / 1000;
+    if (cache.size == 0 || cache.second != second || cache.day != moment.day) {
+        cache.day = moment.day;
+        cache.second = second;
+        cache.size =
+            static_cast<std::size_t>(writeSecond(cache.text, moment.day, second) - cache.text);
+    }
     char text[LONGEST];
-    char* end = writeYear(text, date.year);
-    end = writeField(end, '-', date.month);
-    end = writeField(end, '-', date.day);
-    end = writeField(end, 'T', second / 3600);
-    end = writeField(end, ':', second / 60 % 60);
-    end = writeField(end, ':', second % 60);
-    return {&text[0], writeEnd(end, moment.millisecond % 1000)};
+    std::memcpy(text, cache.text, sizeof text);
+    *writeEnd(text + cache.size, moment.millisecond % 1000) = '\0';
+    return static_cast<const char*>(text);
 }
 
 std::wstring facetText(const Moment& moment) {
