@@ -94,8 +94,11 @@ private:
     void wakeWorker();
     void answerFlush();
     void processQueue() noexcept;
+    void sleep(std::unique_lock<std::mutex>& queueLock, bool isIdle);
     void deliver(std::deque<Message>& batch);
+    void handBack(std::deque<Message>& delivered);
     void flushSinks();
+    std::unique_lock<std::mutex> lockQueue();
     std::unique_lock<std::mutex> lockSinks();
 
     /// Taken before sinksMutex_ and released once that is held: it makes the two fair, so that the
@@ -108,6 +111,10 @@ private:
     std::mutex queueMutex_;
     std::condition_variable queueSignal_;
     std::deque<Message> queue_;
+    /// Entries that every sink has seen and that are still to be destroyed.
+    std::deque<Message> delivered_;
+    /// The worker needs a signal to see an entry.
+    bool workerSleeps_ = false;
     std::condition_variable flushSignal_;
     bool flushRequested_ = false;
     /// Counted so that a waiting flush sees its answer even if the next request follows at once.
