@@ -27,11 +27,13 @@ public:
 
     static std::optional<FlatKey> of(std::wstring_view text) noexcept {
         if (text.size() > CAPACITY) return std::nullopt;
-        wchar_t units[TextBlock::SIZE] = {};
-        text.copy(units, text.size());
-        if (!TextBlock::isAscii(units)) return std::nullopt;
         FlatKey key;
-        TextBlock::narrow(key.bytes_, units);
+        std::uint32_t bits = 0;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            bits |= static_cast<std::uint32_t>(text[i]);
+            key.bytes_[i] = static_cast<char>(text[i]);
+        }
+        if (bits >= 0x80) return std::nullopt;
         return key.finish(text.size());
     }
 

@@ -170,13 +170,12 @@ char* JsonWriter::putColon(char* out) const {
 
 /// `out` is the end of the text, with ROOM_FOR_CHILD behind it.
 char* JsonWriter::putScalar(char* out, const Message& value) {
-    if (value.isShortText()) return putShortText(out, value);
     const Message::Slot& slot = value.value_.plain.slot;
+    if (value.type() == Message::Type::Integer) return IntegerText::write(out, slot.integer);
+    if (value.isShortText()) return putShortText(out, value);
     switch (value.type()) {
     case Message::Type::Boolean:
         return put(out, slot.boolean ? "true" : "false");
-    case Message::Type::Integer:
-        return IntegerText::write(out, slot.integer);
     case Message::Type::Double:
         return isClassicLocale_ ? DoubleText::write(out, slot.real)
                                 : put(out, DoubleText::inGlobalLocale(slot.real));

@@ -50,16 +50,16 @@ void Message::storeUnits(std::wstring_view text) {
     }
 }
 
-/// The quick way for most, which stays without effect where the text is of another kind.
+/// The quick way for most. Leaves a wrong text for others to replace where it is not ASCII.
 bool Message::storeShortAscii(std::wstring_view text) noexcept {
     if (text.size() > sizeof value_.brief.bytes) return false;
-    wchar_t units[TextBlock::SIZE] = {};
-    text.copy(units, text.size());
-    if (!TextBlock::isAscii(units)) return false;
-    char bytes[TextBlock::SIZE];
-    TextBlock::narrow(bytes, units);
-    std::memcpy(makeText(text.size()), bytes, sizeof value_.brief.bytes);
-    return true;
+    char* const bytes = makeText(text.size());
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        bits |= static_cast<std::uint32_t>(text[i]);
+        bytes[i] = static_cast<char>(text[i]);
+    }
+    return bits < 0x80;
 }
 
 /// Makes this Null a text of `size` bytes, which the caller fills in.
