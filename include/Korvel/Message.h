@@ -16,6 +16,10 @@
 
 namespace Korvel {
 
+struct TextNode;
+struct VectorNode;
+class MapNode;
+
 namespace Detail {
 
 template <class T>
@@ -244,6 +248,7 @@ private:
     friend class Logger;
     friend class Extender;
     friend class JsonWriter;
+    friend class MapNode;
     friend class SinkHandler;
 
     /// A text has three forms: a short one in the Message itself, a longer one in a TextNode, both
@@ -262,9 +267,6 @@ private:
         Map
     };
 
-    struct TextNode;
-    struct VectorNode;
-    class MapNode;
     struct Teardown;
 
     union Slot {
@@ -304,9 +306,7 @@ private:
     Type type() const noexcept { return value_.plain.type; }
     bool isShortText() const noexcept { return type() >= Type::ShortText && type() < Type::Text; }
     /// The sixteen bytes of a short text: the type, and the text with zeros behind it.
-    const char* shortBlock() const noexcept {
-        return reinterpret_cast<const char*>(&value_.brief);
-    }
+    const char* shortBlock() const noexcept { return reinterpret_cast<const char*>(&value_.brief); }
     bool ownsStorage() const noexcept { return type() >= Type::Text; }
     bool isContainer() const noexcept { return type() >= Type::Vector; }
     /// The value, with what it owns: a text or a container leaves a Null, a scalar stays here.

@@ -76,8 +76,7 @@ char* write(char* out, std::string_view text) noexcept {
     if (size < TextBlock::SIZE) return writeBytewise(out, text);
     // The rest is looked at as the end of a whole block.
     const char* const lastBlock = text.data() + text.size() - TextBlock::SIZE;
-    const unsigned escapes =
-        TextBlock::escapeMask(lastBlock) >> (TextBlock::SIZE - text.size());
+    const unsigned escapes = TextBlock::escapeMask(lastBlock) >> (TextBlock::SIZE - text.size());
     if (escapes != 0) return writeBytewise(out, text);
     return out + text.copy(out, text.size());
 }

@@ -7,10 +7,9 @@
 
 namespace Korvel {
 
-Message::MapNode::MapNode(Tree entries)
-    : isFlat_(false), own_(std::move(entries)), tree_(&own_) {}
+MapNode::MapNode(Tree entries) : isFlat_(false), own_(std::move(entries)), tree_(&own_) {}
 
-Message::MapNode::MapNode(const MapNode& source) {
+MapNode::MapNode(const MapNode& source) {
     if (source.isFlat_) {
         reserve(source.flat_.size());
         for (const Entry& entry : source.flat_) flat_.push_back(entry);
@@ -22,26 +21,26 @@ Message::MapNode::MapNode(const MapNode& source) {
     }
 }
 
-Message::MapNode::~MapNode() {
+MapNode::~MapNode() {
     const Tree* const tree = tree_;
     if (tree != &own_) delete tree;
 }
 
-void Message::MapNode::reserve(std::size_t size) {
+void MapNode::reserve(std::size_t size) {
     flat_.reserve(std::min(size + SPARE, MOST_FLAT));
 }
 
-std::size_t Message::MapNode::size() const noexcept {
+std::size_t MapNode::size() const noexcept {
     return isFlat_ ? flat_.size() : tree_.load()->size();
 }
 
-bool Message::MapNode::contains(std::wstring_view key) const {
+bool MapNode::contains(std::wstring_view key) const {
     if (!isFlat_) return tree().contains(Utf::splitSupplementary(key));
     const auto flatKey = FlatKey::of(key);
     return flatKey.has_value() && find(*flatKey) != nullptr;
 }
 
-const Message::MapNode::Tree& Message::MapNode::tree() const {
+const MapNode::Tree& MapNode::tree() const {
     if (const Tree* const made = tree_.load(std::memory_order_acquire)) return *made;
     auto tree = std::make_unique<Tree>();
     for (const Entry& entry : flat_) tree->emplace_hint(tree->end(), entry.key.wide(), entry.value);
@@ -53,7 +52,7 @@ const Message::MapNode::Tree& Message::MapNode::tree() const {
     return *first;
 }
 
-Message::MapNode::Tree& Message::MapNode::tree() {
+MapNode::Tree& MapNode::tree() {
     if (tree_ == nullptr) {
         for (Entry& entry : flat_) {
             own_.try_emplace(own_.end(), entry.key.wide());
@@ -69,7 +68,7 @@ Message::MapNode::Tree& Message::MapNode::tree() {
 }
 
 template <class Unit>
-Message& Message::MapNode::place(std::basic_string_view<Unit> key) {
+Message& MapNode::place(std::basic_string_view<Unit> key) {
     if (isFlat_ && tree_ == nullptr) {
         if (const auto flatKey = FlatKey::of(key)) {
             if (Message* const value = placeFlat(*flatKey)) return *value;
@@ -88,17 +87,17 @@ Message& Message::MapNode::place(std::basic_string_view<Unit> key) {
         .first->second;
 }
 
-template Message& Message::MapNode::place(std::string_view key);
-template Message& Message::MapNode::place(std::wstring_view key);
+template Message& MapNode::place(std::string_view key);
+template Message& MapNode::place(std::wstring_view key);
 
-const Message::MapNode::Entry* Message::MapNode::find(const FlatKey& key) const noexcept {
+const MapNode::Entry* MapNode::find(const FlatKey& key) const noexcept {
     const auto entry = std::find_if(flat_.begin(), flat_.end(),
                                     [&](const Entry& other) { return other.key == key; });
     return entry == flat_.end() ? nullptr : &*entry;
 }
 
 /// Begins the copies of the entries of `source` in this empty node, in the same form.
-void Message::MapNode::beginCopies(const MapNode& source, OpenCopies& open) {
+void MapNode::beginCopies(const MapNode& source, Message::OpenCopies& open) {
     if (source.isFlat_) {
         for (const Entry& entry : source.flat_) flat_.emplace_back(entry.key);
         auto to = flat_.begin();
@@ -112,7 +111,7 @@ void Message::MapNode::beginCopies(const MapNode& source, OpenCopies& open) {
 }
 
 /// Null where there is no room for another key.
-Message* Message::MapNode::placeFlat(const FlatKey& key) {
+Message* MapNode::placeFlat(const FlatKey& key) {
     std::size_t position = flat_.size();
     while (position > 0 && key < flat_[position - 1].key) --position;
     if (position > 0 && flat_[position - 1].key == key) return &flat_[position - 1].value;
@@ -124,7 +123,7 @@ Message* Message::MapNode::placeFlat(const FlatKey& key) {
 }
 
 /// Copies the entries of a tree into this empty node, if they can be flat.
-bool Message::MapNode::copyFlat(const Tree& source) {
+bool MapNode::copyFlat(const Tree& source) {
     if (source.size() > MOST_FLAT - SPARE) return false;
     reserve(source.size());
     for (const auto& [text, value] : source) {

@@ -9,7 +9,7 @@
 namespace Korvel {
 
 /// A text in UTF-8, in one piece of storage with its size: the bytes stand behind this header.
-struct Message::TextNode {
+struct TextNode {
     std::size_t size;
 
     static TextNode* create(std::size_t size);
@@ -21,7 +21,7 @@ struct Message::TextNode {
 
 /// What a Vector owns. The link, here and below, serves the destruction of a deep tree, which must
 /// neither recurse nor allocate.
-struct Message::VectorNode {
+struct VectorNode {
     std::vector<Message> elements;
     VectorNode* next = nullptr;
 };
@@ -32,7 +32,7 @@ struct Message::VectorNode {
 ///
 /// Reading getMap of a flat Map makes the tree beside the array, which then both hold the same;
 /// the first operation that can change a value ends the flat form for good.
-class Message::MapNode {
+class MapNode {
 public:
     using Tree = std::map<std::wstring, Message>;
 
@@ -41,7 +41,7 @@ public:
         Entry(const FlatKey& entryKey, const Message& entryValue)
             : key(entryKey), value(entryValue) {}
         Entry(const Entry& source) = default;
-        Entry(Entry&& source) noexcept : key(source.key), value(TakeOver(), source.value) {}
+        Entry(Entry&& source) noexcept : key(source.key), value(Message::TakeOver(), source.value) {}
         Entry& operator=(const Entry&) = delete;
         ~Entry() = default;
 
@@ -80,7 +80,7 @@ public:
     template <class Unit>
     Message& place(std::basic_string_view<Unit> key);
 
-    void beginCopies(const MapNode& source, OpenCopies& open);
+    void beginCopies(const MapNode& source, Message::OpenCopies& open);
 
     /// Calls `action` with every value, in whichever forms there are.
     template <class Action>

@@ -10,11 +10,11 @@
 
 namespace Korvel {
 
-Message::TextNode* Message::TextNode::create(std::size_t size) {
+TextNode* TextNode::create(std::size_t size) {
     return new (::operator new(sizeof(TextNode) + size)) TextNode{size};
 }
 
-void Message::TextNode::destroy(TextNode* node) noexcept {
+void TextNode::destroy(TextNode* node) noexcept {
     ::operator delete(node);
 }
 

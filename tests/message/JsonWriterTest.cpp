@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <bit>
+#include <cmath>
 #include <locale>
 
 using List = std::vector<Message>;
@@ -47,13 +48,27 @@ TEST(JsonWriter, NumbersHaveTheTextOfAStream) {
         {1234567, "1234567"},
         {std::int64_t{INT64_MIN}, "-9223372036854775808"}};
     for (const auto& [number, text] : numbers) EXPECT_EQ(number.toJson(false, ""), text);
+}
+
+TEST(JsonWriter, RandomNumbersHaveTheTextOfAStream) {
     std::mt19937_64 random(20261122);
-    for (int i = 0; i < 100000; ++i) {  // Infinities and NaNs are among them.
-        const std::uint64_t exponent = i % 100 == 0 ? 0x7FF0000000000000 : 0;
-        const auto value = std::bit_cast<double>(random() | exponent);
-        std::ostringstream stream;
-        stream << value;
-        ASSERT_EQ(Message(value).toJson(false, ""), stream.str());
+    const auto digits = [&] { return static_cast<double>(random() >> (11 + random() % 53)); };
+    const auto power = [&](int most) {
+        return static_cast<int>(random() % (2U * most + 1)) - most;
+    };
+    for (int i = 0; i < 100000; ++i) {
+        const std::uint64_t special = i % 100 == 0 ? 0x7FF0000000000000 : 0;
+        const double values[] = {
+            std::bit_cast<double>(random() | special),  // Infinities and NaNs are among them.
+            -digits() * std::pow(10, power(25)), std::ldexp(digits(), power(90)),
+            (static_cast<double>(random() % 10000000) + 0.5) * std::pow(10, random() % 9)};
+        for (const double value : values) {
+            std::ostringstream stream;
+            stream << value;
+            ASSERT_EQ(Message(value).toJson(false, ""), stream.str());
+        }
+        const auto integer = static_cast<std::int64_t>(random()) >> random() % 64;
+        ASSERT_EQ(Message(integer).toJson(false, ""), std::to_string(integer));
     }
 }
 
@@ -76,4 +91,24 @@ TEST(JsonWriter, TextIsEscapedAndReadsBack) {
     const std::string text = Message({{units, 1}}).toJson(false, "");
     EXPECT_EQ(nlohmann::json::parse(text).at(Message::wstrToStr(units)), 1);
     EXPECT_THROW((void)Message({{L"\xD83D\x0041", 1}}).toJson(false, ""), std::range_error);
+}
+
+TEST(JsonWriter, TextOfAnyLengthIsWhatAnotherWriterMakesOfIt) {
+    const std::string parts[] = {"a",        "plain text",   "\"",
+                                 "\\",       "\n\x01",       "\x7F",
+                                 "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80",
+                                 "/"};
+    std::mt19937 random(20261123);
+    for (int i = 0; i < 20000; ++i) {
+        std::string text;
+        const auto most = i % 1000 == 0 ? 5000 : 12;
+        for (auto count = random() % most; count > 0; --count) {
+            text += random() % 2 == 0 ? parts[random() % 2] : parts[random() % 10];
+        }
+        const std::string expected = nlohmann::json(text).dump();
+        const Message message(text);
+        ASSERT_EQ(message.toJson(false, ""), expected);
+        ASSERT_EQ(Message(message.getWstring()).toJson(false, ""), expected);
+        ASSERT_EQ(message.getString(), text);
+    }
 }

@@ -1,5 +1,7 @@
 #include "support/Test.h"
 
+#include <nlohmann/json.hpp>
+
 TEST(MessageContainers, IndexingANullByKeyMakesAMap) {
     Message message;
     message["b"] = 1;
@@ -38,4 +40,61 @@ TEST(MessageContainers, PushBackCopiesAlsoFromItself) {
     list.push_back(list);
     list[0] = 1;
     EXPECT_EQ(list.toJson(false, ""), R"([1,"t","t","t",["t","t","t","t"]])");
+}
+
+TEST(MessageContainers, ValuesStayWhereTheyAreOnceAReferenceIsOut) {
+    Message message({{"b", 1}, {"a", "x"}});
+    const auto& map = message.getMap();
+    const Message& a = std::as_const(message).at("a");
+    Message& b = message["b"];
+    b = 4;
+    for (int i = 0; i < 100; ++i) message[std::to_string(i)];
+    EXPECT_EQ(&message.getMap(), &map);
+    EXPECT_EQ(&message["a"], &a);
+    EXPECT_EQ(&map.at(L"b"), &b);
+    EXPECT_EQ(map.at(L"b").getInteger(), 4);
+    EXPECT_EQ(map.size(), 102U);
+}
+
+TEST(MessageContainers, KeysOfEveryKindStandInTheirOrder) {
+    const std::string parts[] = {"",   "a",    "B",        "ab", "sixteen letters!",
+                                 "\"", "\x1F", "\xC3\xA9", " "};
+    std::mt19937 random(20261123);
+    for (int i = 0; i < 2000; ++i) {
+        std::map<std::string, Message> entries;
+        nlohmann::json expected = nlohmann::json::object();
+        for (auto count = random() % 40; count > 0; --count) {
+            const std::string key = parts[random() % 9] + parts[random() % 9] + parts[random() % 3];
+            expected[key] = count;
+            entries[key] = count;
+        }
+        const Message message(entries);
+        Message copy = message;
+        for (const auto& [key, value] : entries) ASSERT_TRUE(copy.hasKey(key)) << key;
+        ASSERT_FALSE(copy.hasKey("b") || copy.hasKey("sixteen letters"));
+        ASSERT_EQ(copy.size(), entries.size());
+        ASSERT_EQ(message.toJson(false, ""), expected.dump());
+        copy["\x7F"];
+        expected["\x7F"] = nullptr;
+        ASSERT_EQ(Message(copy).toJson(true, ""), Message(copy.getMap()).toJson(true, ""));
+        ASSERT_EQ(copy.toJson(false, ""), expected.dump());
+    }
+}
+
+TEST(MessageContainers, ManyThreadsReadOneMap) {
+    for (int round = 0; round < 50; ++round) {
+        const Message message({{"k", {{"deep", 1}}}, {"t", "text"}});
+        const std::map<std::wstring, Message>* maps[4] = {};
+        {
+            std::vector<JoiningThread> threads;
+            for (auto& map : maps) {
+                threads.emplace_back([&] {
+                    map = &message.getMap();
+                    EXPECT_EQ(message.toJson(false, ""), R"({"k":{"deep":1},"t":"text"})");
+                    EXPECT_EQ(message.at("k").at("deep").getInteger(), 1);
+                });
+            }
+        }
+        for (const auto* map : maps) ASSERT_EQ(map, maps[0]);
+    }
 }

@@ -114,3 +114,20 @@ TEST(Utf, EveryUnitAndEveryPairReadsBack) {
     }
     EXPECT_TRUE(slowDecode(Message::wstrToStr(units)) == units);
 }
+
+TEST(Utf, LongTextsConvertLikeTheModel) {
+    const std::string parts[] = {"a", "twenty plain letters", "\xC3\xA9", "\xE2\x82\xAC",
+                                 "\xF0\x9F\x98\x80"};
+    std::mt19937 random(20261123);
+    for (int i = 0; i < 3000; ++i) {
+        std::string text;
+        for (auto count = random() % 300; count > 0; --count) text += parts[random() % 5];
+        const auto units = slowDecode(text);
+        ASSERT_TRUE(decodesLikeTheModel(text));
+        ASSERT_EQ(Message::wstrToStr(units.value()), text);
+        ASSERT_EQ(Message(text).getWstring(), units);
+        ASSERT_EQ(Message(units.value()).getString(), text);
+        text.insert(random() % (text.size() + 1), "\xA9");
+        ASSERT_TRUE(decodesLikeTheModel(text));
+    }
+}

@@ -50,6 +50,16 @@ TEST_F(SinkHandlerTest, RemovedSinkGetsWhatWasAcceptedBefore) {
     EXPECT_EQ(never->entries, Entries());
 }
 
+TEST_F(SinkHandlerTest, EveryEntryArrivesWithoutAFlush) {
+    Gate gates[3];
+    install([&](const Message& message) { gates[message.at("i").getInteger()].open(); });
+    handler.startProcessing();
+    for (int i = 0; i < 3; ++i) {
+        handler.log("T", {{"i", i}});
+        gates[i].wait();
+    }
+}
+
 TEST(SinkHandler, DestructionDeliversThenFlushesThenReleasesFirstToLast) {
     Entries events;
     const auto sinkNamed = [&events](const std::string& name) {

@@ -1,0 +1,33 @@
+#include "message/TextBlock.h"
+
+#include "support/Test.h"
+
+#include <array>
+
+// Where the processor has no such instructions, both are the same functions.
+TEST(TextBlock, FastFunctionsDoWhatThePlainOnesDo) {
+    const wchar_t units[] = {L'a', L' ', 0x1F,  L'"',   L'\\', 0x7F,
+                             0x80, 0xFF, 0x100, 0x8000, 0xFFFF};
+    std::mt19937 random(20261123);
+    for (int i = 0; i < 100000; ++i) {
+        std::array<char, TextBlock::SIZE> bytes = {};
+        std::array<wchar_t, TextBlock::SIZE> wide = {};
+        // Most blocks are plain, or nearly so.
+        const auto kinds = 1 + random() % 11;
+        for (auto& byte : bytes) byte = static_cast<char>(units[random() % kinds]);
+        for (auto& unit : wide) unit = units[random() % kinds];
+        ASSERT_EQ(TextBlock::escapeMask(bytes.data()), TextBlock::Plain::escapeMask(bytes.data()));
+        ASSERT_EQ(TextBlock::otherMask(bytes.data()), TextBlock::Plain::otherMask(bytes.data()));
+        const bool isAscii = TextBlock::Plain::isAscii(wide.data());
+        ASSERT_EQ(TextBlock::isAscii(wide.data()), isAscii);
+        if (!isAscii) continue;
+        std::array<char, TextBlock::SIZE> narrowed = {};
+        std::array<char, TextBlock::SIZE> narrowedPlainly = {};
+        TextBlock::narrow(narrowed.data(), wide.data());
+        TextBlock::Plain::narrow(narrowedPlainly.data(), wide.data());
+        ASSERT_EQ(narrowed, narrowedPlainly);
+        std::array<wchar_t, TextBlock::SIZE> widened = {};
+        TextBlock::widen(widened.data(), narrowed.data());
+        ASSERT_EQ(widened, wide);
+    }
+}
