@@ -173,7 +173,8 @@ public:
     std::wstring getWstring() const;
     /// The text as UTF-8, converted anew on every call.
     std::string getString() const;
-    /// The containers, valid as long as this Message holds them.
+    /// The containers, valid as long as this Message holds them. A Map that nobody has taken a
+    /// reference into yet makes its map at the first call.
     const std::map<std::wstring, Message>& getMap() const;
     const std::vector<Message>& getVector() const;
 
@@ -337,7 +338,6 @@ private:
     Message& element(std::string_view key);
     Message& element(std::wstring_view key);
     Message& elementAt(std::wstring key);
-    const Message& existing(const std::wstring& key) const;
     void reset() noexcept;
 
     Value value_;

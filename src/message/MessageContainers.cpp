@@ -7,6 +7,16 @@
 #include <tuple>
 
 namespace Korvel {
+namespace {
+
+template <class Map>
+auto& existing(Map& entries, const std::wstring& key) {
+    const auto entry = entries.find(key);
+    if (entry == entries.end()) throw std::out_of_range("invalid map<K, T> key");
+    return entry->second;
+}
+
+}  // namespace
 
 const std::map<std::wstring, Message>& Message::getMap() const {
     requireType(Type::Map);
@@ -63,26 +73,20 @@ const Message& Message::operator[](std::size_t position) const {
 }
 
 Message& Message::at(std::string key) {
-    return const_cast<Message&>(existing(Utf::decode(key)));
+    return at(Utf::decode(key));
 }
 
 const Message& Message::at(std::string key) const {
-    return existing(Utf::decode(key));
+    return at(Utf::decode(key));
 }
 
 Message& Message::at(std::wstring key) {
-    return const_cast<Message&>(existing(Utf::splitSupplementary(key)));
+    requireType(Type::Map);
+    return existing(value_.plain.slot.map->tree(), Utf::splitSupplementary(key));
 }
 
 const Message& Message::at(std::wstring key) const {
-    return existing(Utf::splitSupplementary(key));
-}
-
-const Message& Message::existing(const std::wstring& key) const {
-    const auto& entries = getMap();
-    const auto entry = entries.find(key);
-    if (entry == entries.end()) throw std::out_of_range("invalid map<K, T> key");
-    return entry->second;
+    return existing(getMap(), Utf::splitSupplementary(key));
 }
 
 bool Message::hasKey(const std::string& key) const {

@@ -41,7 +41,8 @@ public:
         Entry(const FlatKey& entryKey, const Message& entryValue)
             : key(entryKey), value(entryValue) {}
         Entry(const Entry& source) = default;
-        Entry(Entry&& source) noexcept : key(source.key), value(Message::TakeOver(), source.value) {}
+        Entry(Entry&& source) noexcept
+            : key(source.key), value(Message::TakeOver(), source.value) {}
         Entry& operator=(const Entry&) = delete;
         ~Entry() = default;
 

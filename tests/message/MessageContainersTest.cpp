@@ -56,6 +56,18 @@ TEST(MessageContainers, ValuesStayWhereTheyAreOnceAReferenceIsOut) {
     EXPECT_EQ(map.size(), 102U);
 }
 
+TEST(MessageContainers, ChangesShowInEveryReading) {
+    Message message({{"a", 1}, {"child", {{"k", 1}}}});
+    message.at("a") = 2;
+    message.at(L"child").at("k") = 3;
+    EXPECT_EQ(message.getMap().at(L"a").getInteger(), 2);
+    EXPECT_EQ(message.toJson(false, ""), R"({"a":2,"child":{"k":3}})");
+    Message read = message;
+    EXPECT_EQ(read.getMap().at(L"child").getMap().size(), 1U);
+    read["child"] = read.at("a");
+    EXPECT_EQ(Message(read).toJson(false, ""), R"({"a":2,"child":2})");
+}
+
 TEST(MessageContainers, KeysOfEveryKindStandInTheirOrder) {
     const std::string parts[] = {"",   "a",    "B",        "ab", "sixteen letters!",
                                  "\"", "\x1F", "\xC3\xA9", " "};
