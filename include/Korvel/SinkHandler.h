@@ -28,6 +28,12 @@ namespace Korvel {
 /// dropped on overflow, and log never waits for room. Entries accepted while no worker runs wait
 /// for startProcessing.
 ///
+/// A sleeping worker is woken at once. One that has just delivered lets entries gather for about a
+/// tenth of a millisecond (on Windows for up to a tick of its timer, some 16 ms) before it looks
+/// again, so that a steady load does not wake it for each of them; flush and stopProcessing cut
+/// that short. Memory of delivered entries is freed by the threads that log, one entry for each
+/// that they add, and by the worker when it has nothing to do.
+///
 /// Stopping: stopProcessing, and so the destructor, refuses further entries, delivers what is
 /// queued, flushes the sinks and joins the worker. Destroy a handler before the end of `main` and
 /// never on its own worker thread.
