@@ -110,6 +110,8 @@ void SinkHandler::stopProcessing() {
     running_ = false;
     wakeWorker();
     collectWorker();
+    const std::lock_guard<std::mutex> queueLock(queueMutex_);
+    delivered_.clear();
 }
 
 bool SinkHandler::onWorkerThread() const noexcept {
@@ -158,6 +160,10 @@ void SinkHandler::processQueue() noexcept {
                 queueLock.unlock();
                 flushSinks();
                 answerFlush();
+            } else if (isIdle && !delivered_.empty()) {
+                batch.swap(delivered_);
+                queueLock.unlock();
+                batch.clear();
             } else {
                 sleep(queueLock, isIdle);
                 isIdle = true;
@@ -174,7 +180,6 @@ void SinkHandler::processQueue() noexcept {
 /// The first sleep after a delivery is a nap, which ends by itself: only flush and stopProcessing
 /// break it.
 void SinkHandler::sleep(std::unique_lock<std::mutex>& queueLock, bool isIdle) {
-    if (isIdle) delivered_.clear();
     workerSleeps_ = isIdle;
     if (isIdle) {
         queueSignal_.wait_for(queueLock, LONGEST_WAIT);
@@ -199,10 +204,15 @@ void SinkHandler::deliver(std::deque<Message>& batch) {
 }
 
 /// Leaves delivered entries to the threads that log, each of which destroys one for one that it
-/// adds. What they leave is destroyed when the worker has nothing to do.
+/// adds. What is more than they need soon, and what they leave, the worker destroys.
 void SinkHandler::handBack(std::deque<Message>& delivered) {
-    const auto queueLock = lockQueue();
-    for (Message& entry : delivered) delivered_.emplace_back() = std::move(entry);
+    constexpr std::size_t MOST = 1024;
+    {
+        const auto queueLock = lockQueue();
+        if (delivered_.size() < MOST) {
+            for (Message& entry : delivered) delivered_.emplace_back() = std::move(entry);
+        }
+    }
     delivered.clear();
 }
 
