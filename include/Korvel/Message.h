@@ -319,7 +319,10 @@ private:
 
     void requireType(Type wanted) const;
     void requireString() const;
-    void become(Type type, Slot slot) noexcept;
+    void become(Type newType, Slot slot) noexcept {
+        value_.plain.type = newType;
+        value_.plain.slot = slot;
+    }
     void becomeVector(std::vector<Message> elements);
     void becomeMap(std::map<std::wstring, Message> entries);
     void becomeFlatMap(std::size_t size);

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <locale>
 #include <sstream>
+#include <string_view>
 
 namespace Korvel::DoubleText {
 namespace {
@@ -142,7 +143,8 @@ char* writeDigits(char* out, std::uint32_t digits, int exponent) {
     const int count = 8 - std::countl_zero(text ^ 0x303030303030) / 8;
     const bool isScientific = exponent < -4 || exponent >= PRECISION;
     if (!isScientific && exponent < 0) {
-        std::memcpy(out, "0.000", 5);
+        constexpr std::string_view ZEROS = "0.000";
+        ZEROS.copy(out, ZEROS.size());
         out += 1 - exponent;
         storeBytes(out, text);
         return out + count;

@@ -128,10 +128,10 @@ bool MapNode::copyFlat(const Tree& source) {
     reserve(source.size());
     for (const auto& [text, value] : source) {
         const auto key = FlatKey::of(std::wstring_view(text));
-        if (!key.has_value()) return false;
+        if (!key.has_value()) break;
         flat_.emplace_back(*key, value);
     }
-    return true;
+    return flat_.size() == source.size();
 }
 
 }  // namespace Korvel

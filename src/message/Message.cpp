@@ -86,10 +86,6 @@ Message& Message::operator=(const Message& source) {
     return *this = std::move(copy);
 }
 
-void Message::become(Type type, Slot slot) noexcept {
-    value_.plain = {type, slot};
-}
-
 void Message::becomeVector(std::vector<Message> elements) {
     become(Type::Vector, {.vector = new VectorNode{std::move(elements)}});
 }

@@ -64,16 +64,18 @@ inline void store(void* block, __m128i value) noexcept {
     _mm_storeu_si128(static_cast<__m128i*>(block), value);
 }
 
+inline bool areZero(__m128i bits) noexcept {
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(bits, _mm_setzero_si128())) == 0xFFFF;
+}
+
 inline bool isAscii(const wchar_t* units) noexcept {
-    __m128i bits = _mm_or_si128(load(units), load(units + SIZE / 2));
-    __m128i others = _mm_set1_epi16(~0x7F);
+    const __m128i bits = _mm_or_si128(load(units), load(units + SIZE / 2));
     if constexpr (sizeof(wchar_t) == 4) {
         const __m128i rest = _mm_or_si128(load(units + SIZE / 4), load(units + SIZE / 4 * 3));
-        bits = _mm_or_si128(bits, rest);
-        others = _mm_set1_epi32(~0x7F);
+        return areZero(_mm_and_si128(_mm_or_si128(bits, rest), _mm_set1_epi32(~0x7F)));
+    } else {
+        return areZero(_mm_and_si128(bits, _mm_set1_epi16(~0x7F)));
     }
-    const __m128i isZero = _mm_cmpeq_epi8(_mm_and_si128(bits, others), _mm_setzero_si128());
-    return _mm_movemask_epi8(isZero) == 0xFFFF;
 }
 
 inline void widen(wchar_t* units, const char* bytes) noexcept {

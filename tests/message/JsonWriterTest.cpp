@@ -53,8 +53,8 @@ TEST(JsonWriter, NumbersHaveTheTextOfAStream) {
 TEST(JsonWriter, RandomNumbersHaveTheTextOfAStream) {
     std::mt19937_64 random(20261122);
     const auto digits = [&] { return static_cast<double>(random() >> (11 + random() % 53)); };
-    const auto power = [&](int most) {
-        return static_cast<int>(random() % (2U * most + 1)) - most;
+    const auto power = [&](unsigned most) {
+        return static_cast<int>(random() % (2 * most + 1)) - static_cast<int>(most);
     };
     for (int i = 0; i < 100000; ++i) {
         const std::uint64_t special = i % 100 == 0 ? 0x7FF0000000000000 : 0;
@@ -101,7 +101,7 @@ TEST(JsonWriter, TextOfAnyLengthIsWhatAnotherWriterMakesOfIt) {
     std::mt19937 random(20261123);
     for (int i = 0; i < 20000; ++i) {
         std::string text;
-        const auto most = i % 1000 == 0 ? 5000 : 12;
+        const unsigned most = i % 1000 == 0 ? 5000 : 12;
         for (auto count = random() % most; count > 0; --count) {
             text += random() % 2 == 0 ? parts[random() % 2] : parts[random() % 10];
         }
