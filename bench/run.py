@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the benchmarks: run.py [--quick | --instructions]
+"""Runs the benchmarks: run.py [--quick | --instructions | --check]
 
 scripts/bench builds what this runs, and tells what the options do.
 """
@@ -17,10 +17,14 @@ def main():
     group = parser.add_mutually_exclusive_group()
     group.add_argument("--quick", action="store_true", help="a rough table in two minutes")
     group.add_argument("--instructions", action="store_true", help="instructions an entry only")
+    group.add_argument("--check", action="store_true", help="no figures: does everything run?")
     options = parser.parse_args()
     begin = time.monotonic()
     effort = measure.QUICK if options.quick else measure.FULL
     measure.require_same_content()
+    if options.check:
+        measure.everything(measure.CHECK)
+        return
     samples = instructions.count_all(effort.counts)
     if options.instructions:
         print(instructions.as_text(samples))

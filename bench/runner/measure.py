@@ -31,6 +31,7 @@ class Effort:
 
 FULL = Effort(13, 9, 100_000, 10_000, 400_000, 9, 0.1, 5)
 QUICK = Effort(3, 1, 30_000, 4_000, 100_000, 3, 0.02, 1)
+CHECK = Effort(1, 0, 1_000, 100, 0, 1, 0.001, 0)
 
 
 def require_same_content():
