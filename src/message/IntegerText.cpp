@@ -55,7 +55,16 @@ char* write(char* out, std::int64_t value) noexcept {
         position -= 4;
         writeFour(position, magnitude % 10000);
     }
-    writePadded(out, static_cast<unsigned>(magnitude), static_cast<unsigned>(position - out));
+    if (magnitude >= 100) {
+        position -= 2;
+        writePair(position, magnitude % 100);
+        magnitude /= 100;
+    }
+    if (magnitude >= 10) {
+        writePair(out, magnitude);
+    } else {
+        *out = static_cast<char>('0' + magnitude);
+    }
     return end;
 }
 

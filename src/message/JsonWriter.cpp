@@ -59,9 +59,9 @@ void JsonWriter::write(const Message& root) {
 }
 
 void JsonWriter::writeChildren() {
-    const Message& container = *levels_.back().container;
-    if (container.isVector()) return writeElements();
-    if (container.value_.plain.slot.map->isFlat()) return writeFlatEntries();
+    const Level& level = levels_.back();
+    if (level.container->isVector()) return writeElements();
+    if (level.isFlat) return writeFlatEntries();
     writeEntries();
 }
 
@@ -69,9 +69,9 @@ void JsonWriter::open(const Message& container) {
     if (!levels_.empty() && pretty_) indent_ += STEP;
     text_.push_back(container.isMap() ? '{' : '[');
     if (pretty_) text_.push_back('\n');
-    levels_.push_back({&container, 0, {}});
-    if (container.isVector() || container.value_.plain.slot.map->isFlat()) return;
-    levels_.back().entry = container.getMap().begin();
+    const bool isFlat = container.isMap() && container.value_.plain.slot.map->isFlat();
+    levels_.push_back({&container, isFlat, 0, {}});
+    if (container.isMap() && !isFlat) levels_.back().entry = container.getMap().begin();
 }
 
 /// Goes on with the innermost container, a Vector, up to an element that is a container itself, or
@@ -178,7 +178,7 @@ char* JsonWriter::putScalar(char* out, const Message& value) {
         return put(out, slot.boolean ? "true" : "false");
     case Message::Type::Double:
         return isClassicLocale_ ? DoubleText::write(out, slot.real)
-                                : put(out, DoubleText::inGlobalLocale(slot.real));
+                                : putInGlobalLocale(out, slot.real);
     case Message::Type::Text:
         return putLongText(out, value.narrowText());
     case Message::Type::WideText:
@@ -187,6 +187,12 @@ char* JsonWriter::putScalar(char* out, const Message& value) {
     default:
         return put(out, "null");
     }
+}
+
+/// Of any length, because the locale can have any facet.
+char* JsonWriter::putInGlobalLocale(char* out, double value) {
+    const std::string text = DoubleText::inGlobalLocale(value);
+    return put(text_.room(out, text.size() + ROOM_FOR_CHILD), text);
 }
 
 char* JsonWriter::putShortText(char* out, const Message& value) {

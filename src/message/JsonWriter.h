@@ -26,6 +26,8 @@ private:
     /// is used for a Vector and a flat Map, and `entry` for any other Map.
     struct Level {
         const Message* container;
+        /// Asked once, because other readers can end the flat form meanwhile.
+        bool isFlat;
         std::size_t position;
         Entries::const_iterator entry;
     };
@@ -39,6 +41,7 @@ private:
     char* putLayout(char* out, bool isFirst) const;
     char* putColon(char* out) const;
     char* putScalar(char* out, const Message& value);
+    char* putInGlobalLocale(char* out, double value);
     static char* putShortText(char* out, const Message& value);
     char* putLongText(char* out, std::string_view text);
 

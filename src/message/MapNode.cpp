@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 #include <tuple>
+#include <utility>
 
 namespace Korvel {
 
@@ -22,7 +23,8 @@ MapNode::MapNode(const MapNode& source) {
 }
 
 MapNode::~MapNode() {
-    const Tree* const tree = tree_;
+    Tree* const tree = tree_;
+    if (tree != nullptr) dropFlat();
     if (tree != &own_) delete tree;
 }
 
@@ -43,28 +45,46 @@ bool MapNode::contains(std::wstring_view key) const {
 const MapNode::Tree& MapNode::tree() const {
     if (const Tree* const made = tree_.load(std::memory_order_acquire)) return *made;
     auto tree = std::make_unique<Tree>();
-    for (const Entry& entry : flat_) tree->emplace_hint(tree->end(), entry.key.wide(), entry.value);
+    addKeysTo(*tree);
+    // Nothing throws from here on, so that no value is ever owned twice.
+    auto place = tree->begin();
+    for (const Entry& entry : flat_) (place++)->second.value_ = entry.value.value_;
     // Readers can get here at the same time; the first one's tree is for all.
     Tree* first = nullptr;
     if (tree_.compare_exchange_strong(first, tree.get(), std::memory_order_acq_rel)) {
         return *tree.release();
     }
+    for (auto& entry : *tree) entry.second.become(Message::Type::Null, {});
     return *first;
 }
 
 MapNode::Tree& MapNode::tree() {
     if (tree_ == nullptr) {
-        for (Entry& entry : flat_) {
-            own_.try_emplace(own_.end(), entry.key.wide());
-        }
-        // Nothing throws from here on, so a failure above leaves the entries as they were.
+        addKeysTo(own_);
+        // Nothing throws from here on, so a failure leaves the entries as they were.
         auto place = own_.begin();
         for (Entry& entry : flat_) (place++)->second = std::move(entry.value);
         tree_ = &own_;
     }
-    flat_.clear();
+    isFlat_ = false;
+    dropFlat();
+    return *tree_;
+}
+
+MapNode::Tree& MapNode::sharedTree() {
+    std::as_const(*this).tree();
     isFlat_ = false;
     return *tree_;
+}
+
+void MapNode::addKeysTo(Tree& tree) const {
+    for (const Entry& entry : flat_) tree.try_emplace(tree.end(), entry.key.wide());
+}
+
+/// Removes the entries from the array, whose values the tree owns.
+void MapNode::dropFlat() noexcept {
+    for (Entry& entry : flat_) entry.value.become(Message::Type::Null, {});
+    flat_.clear();
 }
 
 template <class Unit>
@@ -126,12 +146,16 @@ Message* MapNode::placeFlat(const FlatKey& key) {
 bool MapNode::copyFlat(const Tree& source) {
     if (source.size() > MOST_FLAT - SPARE) return false;
     reserve(source.size());
-    for (const auto& [text, value] : source) {
-        const auto key = FlatKey::of(std::wstring_view(text));
+    for (const auto& entry : source) {
+        const auto key = FlatKey::of(std::wstring_view(entry.first));
         if (!key.has_value()) break;
-        flat_.emplace_back(*key, value);
+        flat_.emplace_back(*key);
     }
-    return flat_.size() == source.size();
+    // All keys come first, because a value can be a whole tree, to be copied once.
+    if (flat_.size() != source.size()) return false;
+    auto to = flat_.begin();
+    for (const auto& entry : source) (to++)->value = entry.second;
+    return true;
 }
 
 }  // namespace Korvel

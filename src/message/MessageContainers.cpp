@@ -82,7 +82,7 @@ const Message& Message::at(std::string key) const {
 
 Message& Message::at(std::wstring key) {
     requireType(Type::Map);
-    return existing(value_.plain.slot.map->tree(), Utf::splitSupplementary(key));
+    return existing(value_.plain.slot.map->sharedTree(), Utf::splitSupplementary(key));
 }
 
 const Message& Message::at(std::wstring key) const {

@@ -30,16 +30,14 @@ struct VectorNode {
 /// stay where they are, at two allocations a key. As long as nobody has asked for a reference, the
 /// entries stand in one flat array instead, which is what happens to most that is logged.
 ///
-/// Reading getMap of a flat Map makes the tree beside the array, which then both hold the same;
-/// the first operation that can change a value ends the flat form for good.
+/// Reading getMap of a flat Map makes the tree beside the array. Both then show the same values,
+/// which the tree owns; the first operation that can change one ends the flat form for good.
 class MapNode {
 public:
     using Tree = std::map<std::wstring, Message>;
 
     struct Entry {
         explicit Entry(const FlatKey& entryKey) noexcept : key(entryKey) {}
-        Entry(const FlatKey& entryKey, const Message& entryValue)
-            : key(entryKey), value(entryValue) {}
         Entry(const Entry& source) = default;
         Entry(Entry&& source) noexcept
             : key(source.key), value(Message::TakeOver(), source.value) {}
@@ -75,6 +73,9 @@ public:
     const Tree& tree() const;
     /// Ends the flat form.
     Tree& tree();
+    /// Ends the flat form as well, but safe beside readers: a value can be read through a reference
+    /// that could change it.
+    Tree& sharedTree();
 
     /// The value at `key`, inserted as Null if it is absent, for an assignment at once: the next
     /// insertion can move it. So it must not reach a user.
@@ -83,12 +84,13 @@ public:
 
     void beginCopies(const MapNode& source, Message::OpenCopies& open);
 
-    /// Calls `action` with every value, in whichever forms there are.
+    /// Calls `action` with every value, for a node that is about to be destroyed.
     template <class Action>
     void forEachValue(Action action) {
-        for (Entry& entry : flat_) action(entry.value);
         if (Tree* const tree = tree_.load(std::memory_order_relaxed); tree != nullptr) {
             for (auto& entry : *tree) action(entry.second);
+        } else {
+            for (Entry& entry : flat_) action(entry.value);
         }
     }
 
@@ -103,8 +105,10 @@ private:
     const Entry* find(const FlatKey& key) const noexcept;
     Message* placeFlat(const FlatKey& key);
     bool copyFlat(const Tree& source);
+    void addKeysTo(Tree& tree) const;
+    void dropFlat() noexcept;
 
-    bool isFlat_ = true;
+    std::atomic<bool> isFlat_ = true;
     std::vector<Entry> flat_;
     /// Where a tree begins that was never flat; it saves that an allocation.
     Tree own_;

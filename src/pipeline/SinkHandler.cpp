@@ -164,7 +164,7 @@ void SinkHandler::processQueue() noexcept {
                 batch.swap(delivered_);
                 queueLock.unlock();
                 batch.clear();
-            } else {
+            } else if (running_) {  // Looked at again with the lock, as wakeWorker expects.
                 sleep(queueLock, isIdle);
                 isIdle = true;
             }

@@ -79,8 +79,16 @@ TEST(JsonWriter, DoublesAloneFollowTheGlobalLocale) {
     };
     const std::locale before = std::locale::global({std::locale::classic(), new Comma});
     const std::string text = Message(List{1.5, 1234567}).toJson(false, "");
+    struct Long : std::num_put<char> {
+        iter_type do_put(iter_type out, std::ios_base&, char, double) const override {
+            return std::fill_n(out, 3000, '9');
+        }
+    };
+    std::locale::global({std::locale::classic(), new Long});
+    const std::string longText = Message(List{1.5, 2}).toJson(false, "");
     std::locale::global(before);
     EXPECT_EQ(text, "[1,5,1234567]");
+    EXPECT_EQ(longText, "[" + std::string(3000, '9') + ",2]");
 }
 
 TEST(JsonWriter, TextIsEscapedAndReadsBack) {
@@ -110,5 +118,21 @@ TEST(JsonWriter, TextOfAnyLengthIsWhatAnotherWriterMakesOfIt) {
         ASSERT_EQ(message.toJson(false, ""), expected);
         ASSERT_EQ(Message(message.getWstring()).toJson(false, ""), expected);
         ASSERT_EQ(message.getString(), text);
+    }
+}
+
+TEST(JsonWriter, IndentationOfAnyLengthStandsBeforeEveryLine) {
+    const std::string longest(15, '\x01');
+    const Message flat({{"fifteen letters", longest}, {"k", List{longest}}});
+    Message tree;
+    tree[L"fifteen letters\x01"] = longest;
+    const std::string escaped = nlohmann::json(longest).dump();
+    for (std::size_t size = 0; size < 1100; ++size) {
+        const std::string indent(size, '-');
+        ASSERT_EQ(flat.toJson(true, indent), "{\n" + indent + "  \"fifteen letters\": " + escaped +
+                                                 ",\n" + indent + "  \"k\": [\n" + indent + "    " +
+                                                 escaped + "\n" + indent + "  ]\n" + indent + "}");
+        ASSERT_EQ(tree.toJson(false, indent),
+                  "{" + indent + "\"fifteen letters\\u0001\":" + escaped + indent + "}");
     }
 }

@@ -66,28 +66,39 @@ TEST(MessageContainers, ChangesShowInEveryReading) {
     EXPECT_EQ(read.getMap().at(L"child").getMap().size(), 1U);
     read["child"] = read.at("a");
     EXPECT_EQ(Message(read).toJson(false, ""), R"({"a":2,"child":2})");
+    Message outer({{"number", 7}, {"text", "short"}});
+    const Message text(std::map<std::wstring, Message>{{L"t", outer}});
+    Message inner = text.at("t");
+    outer = outer["number"];
+    inner = inner["text"];
+    EXPECT_EQ(outer.toJson(false, "") + inner.toJson(false, ""), "7\"short\"");
 }
 
 TEST(MessageContainers, KeysOfEveryKindStandInTheirOrder) {
-    const std::string parts[] = {"",   "a",    "B",        "ab", "sixteen letters!",
-                                 "\"", "\x1F", "\xC3\xA9", " "};
+    // Alone and together they have all lengths around the longest key that stands in an array.
+    const std::string parts[] = {"",     "a",        "B",    "ab",       "fourteen chars",
+                                 "\x1F", "\xC3\xA9", "\x7F", "12345678", "\""};
+    constexpr auto COUNT = std::size(parts);
     std::mt19937 random(20261123);
     for (int i = 0; i < 2000; ++i) {
         std::map<std::string, Message> entries;
         nlohmann::json expected = nlohmann::json::object();
         for (auto count = random() % 40; count > 0; --count) {
-            const std::string key = parts[random() % 9] + parts[random() % 9] + parts[random() % 3];
+            const std::string key =
+                parts[random() % 5] + parts[random() % 3] + parts[random() % COUNT];
             expected[key] = count;
             entries[key] = count;
         }
         const Message message(entries);
         Message copy = message;
-        for (const auto& [key, value] : entries) ASSERT_TRUE(copy.hasKey(key)) << key;
-        ASSERT_FALSE(copy.hasKey("b") || copy.hasKey("sixteen letters"));
+        for (const auto& [key, value] : entries) {
+            ASSERT_TRUE(copy.hasKey(key) && copy.hasKey(Message::strToWstr(key))) << key;
+            ASSERT_FALSE(copy.hasKey(key + "!")) << key;
+        }
         ASSERT_EQ(copy.size(), entries.size());
         ASSERT_EQ(message.toJson(false, ""), expected.dump());
-        copy["\x7F"];
-        expected["\x7F"] = nullptr;
+        copy["new"];
+        expected["new"] = nullptr;
         ASSERT_EQ(Message(copy).toJson(true, ""), Message(copy.getMap()).toJson(true, ""));
         ASSERT_EQ(copy.toJson(false, ""), expected.dump());
     }
@@ -95,7 +106,7 @@ TEST(MessageContainers, KeysOfEveryKindStandInTheirOrder) {
 
 TEST(MessageContainers, ManyThreadsReadOneMap) {
     for (int round = 0; round < 50; ++round) {
-        const Message message({{"k", {{"deep", 1}}}, {"t", "text"}});
+        Message message({{"k", {{"deep", 1}}}, {"t", "text"}});
         const std::map<std::wstring, Message>* maps[4] = {};
         {
             std::vector<JoiningThread> threads;

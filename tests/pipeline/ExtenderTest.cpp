@@ -10,6 +10,9 @@ struct ExtenderTest : testing::Test {
 };
 
 TEST_F(ExtenderTest, KeysAreAddedFromTheOutsideInToEveryFormOfPayload) {
+    std::vector<std::size_t> sizes;
+    handler->installSink(std::make_shared<LambdaSink>(
+        [&sizes](const Message& message) { sizes.push_back(message.getMap().size()); }));
     const auto copyOuter = [](const Message& message) { return message.at("k"); };
     const auto inner = std::make_shared<Extender>(handler, L"copy", copyOuter);
     const auto logger = createStaticExtender(createStaticExtender(inner, L"same", 1), L"same", 2);
@@ -21,6 +24,7 @@ TEST_F(ExtenderTest, KeysAreAddedFromTheOutsideInToEveryFormOfPayload) {
     outermost->flush();
     handler->stopProcessing();
     EXPECT_FALSE(outermost->log("T", {}));
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{5, 4, 5, 2}));
     EXPECT_EQ(sink->entries,
               (Entries{R"({"copy":"new","k":"new","message":"T","messageData":5,"same":1})",
                        R"({"copy":"new","k":"new","message":"T","same":1})",
