@@ -1,13 +1,12 @@
 #pragma once
 
 #include <Korvel/Export.h>
+#include <Korvel/MessageParts.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <limits>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -15,45 +14,6 @@
 #include <vector>
 
 namespace Korvel {
-
-struct TextNode;
-struct VectorNode;
-class MapNode;
-
-namespace Detail {
-
-template <class T>
-inline constexpr bool isCharacter =
-    std::is_same_v<T, char> || std::is_same_v<T, wchar_t> || std::is_same_v<T, char16_t> ||
-#ifdef __cpp_char8_t
-    std::is_same_v<T, char8_t> ||
-#endif
-    std::is_same_v<T, char32_t>;
-
-template <class T>
-inline constexpr bool isWholeNumber = std::is_integral_v<T> && !std::is_same_v<T, bool> &&
-                                      !isCharacter<T> && sizeof(T) <= sizeof(std::int64_t);
-
-template <class T>
-inline constexpr bool isText =
-    std::is_convertible_v<T*, const char*> || std::is_convertible_v<T*, const wchar_t*>;
-
-/// A literal, a pointer to text or a view, which needs no temporary string on its way to a Map.
-template <class T, class Unit>
-inline constexpr bool isKey = std::is_convertible_v<const T&, std::basic_string_view<Unit>> &&
-                              !std::is_same_v<T, std::nullptr_t>;
-
-template <class T>
-std::int64_t toInteger(T value) {
-    if constexpr (std::is_unsigned_v<T> && sizeof(T) == sizeof(std::int64_t)) {
-        if (value > static_cast<T>((std::numeric_limits<std::int64_t>::max)())) {
-            throw std::range_error("integer above the signed 64-bit range");
-        }
-    }
-    return static_cast<std::int64_t>(value);
-}
-
-}  // namespace Detail
 
 /// A value shaped like a JSON document: nothing (`Null`), a text (`String`), a truth value
 /// (`Boolean`), a number (`Double`, `Integer`), a list (`Vector`) or a map from text to values
@@ -252,50 +212,10 @@ private:
     friend class MapNode;
     friend class SinkHandler;
 
-    /// A text has three forms: a short one in the Message itself, a longer one in a TextNode, both
-    /// in UTF-8, and a wide one for units that have no UTF-8 to read back from, such as lone
-    /// surrogates. The short form holds its size in the type, from ShortText on. The types from
-    /// ShortText on leave a Null when they are moved from, and those from Text on own storage.
-    enum class Type : std::uint8_t {
-        Null,
-        Boolean,
-        Double,
-        Integer,
-        ShortText = 16,
-        Text = 32,
-        WideText,
-        Vector,
-        Map
-    };
-
+    using Type = Detail::Type;
+    using Slot = Detail::Slot;
+    using Value = Detail::Value;
     struct Teardown;
-
-    union Slot {
-        bool boolean;
-        double real;
-        std::int64_t integer;
-        TextNode* text;
-        std::wstring* wideText;
-        VectorNode* vector;
-        MapNode* map;
-    };
-
-    struct Plain {
-        Type type;
-        Slot slot;
-    };
-
-    struct Short {
-        Type type;
-        char bytes[15];
-    };
-
-    /// Both begin with the type, so it can be read whichever of them is in use.
-    union Value {
-        Plain plain;
-        Short brief;
-    };
-
     struct TakeOver {};
     struct Whole {};
     using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
@@ -318,7 +238,6 @@ private:
     }
 
     void requireType(Type wanted) const;
-    void requireString() const;
     void become(Type newType, Slot slot) noexcept {
         value_.plain.type = newType;
         value_.plain.slot = slot;

@@ -153,8 +153,4 @@ void Message::requireType(Type wanted) const {
     if (type() != wanted) throw WrongTypeException();
 }
 
-void Message::requireString() const {
-    if (!isString()) throw WrongTypeException();
-}
-
 }  // namespace Korvel

@@ -5,6 +5,8 @@
 #include "message/TextBlock.h"
 #include "message/Utf.h"
 
+#include <Korvel/WrongTypeException.h>
+
 #include <cstring>
 #include <new>
 
@@ -93,12 +95,12 @@ void Message::copyText(const Message& source) {
 }
 
 std::wstring Message::getWstring() const {
-    requireString();
+    if (!isString()) throw WrongTypeException();
     return type() == Type::WideText ? wideText() : Utf::decode(narrowText());
 }
 
 std::string Message::getString() const {
-    requireString();
+    if (!isString()) throw WrongTypeException();
     return type() == Type::WideText ? Utf::encode(wideText()) : std::string(narrowText());
 }
 
