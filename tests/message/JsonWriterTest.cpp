@@ -128,7 +128,8 @@ TEST(JsonWriter, IndentationOfAnyLengthStandsBeforeEveryLine) {
     Message tree;
     tree[L"fifteen letters\x01"] = longest;
     const std::string escaped = nlohmann::json(longest).dump();
-    const std::regex placeholder("\\|"), value("@");
+    const std::regex placeholder("\\|");
+    const std::regex value("@");
     const auto filled = [&](const char* text, const std::string& indent) {
         return std::regex_replace(std::regex_replace(text, placeholder, indent), value, escaped);
     };
