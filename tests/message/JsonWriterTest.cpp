@@ -5,7 +5,6 @@
 #include <bit>
 #include <cmath>
 #include <locale>
-#include <regex>
 
 using List = std::vector<Message>;
 
@@ -128,10 +127,14 @@ TEST(JsonWriter, IndentationOfAnyLengthStandsBeforeEveryLine) {
     Message tree;
     tree[L"fifteen letters\x01"] = longest;
     const std::string escaped = nlohmann::json(longest).dump();
-    const std::regex placeholder("\\|");
-    const std::regex value("@");
-    const auto filled = [&](const char* text, const std::string& indent) {
-        return std::regex_replace(std::regex_replace(text, placeholder, indent), value, escaped);
+    const auto filled = [&escaped](std::string_view pattern, const std::string& indent) {
+        std::string text;
+        for (const char character : pattern) {
+            text += character == '|'   ? indent
+                    : character == '@' ? escaped
+                                       : std::string(1, character);
+        }
+        return text;
     };
     for (std::size_t size = 0; size < 1100; ++size) {
         const std::string indent(size, '-');
