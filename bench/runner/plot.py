@@ -48,7 +48,8 @@ def rendering(samples):
 
     data = "\n".join(f'{shape} {speed(shape, "korvel")} {speed(shape, "rapidjson")} 1'
                      for shape in SHAPES)
-    return (f'set title "Rendering speed, nlohmann = 1"\n$panel << END\n{data}\nEND\n'
+    return (f'set title "Rendering speed, nlohmann = 1, logarithmic"\n$panel << END\n{data}\nEND\n'
+            "set logscale y\nset yrange [0.5:100]\n"
             "set key top right\nset style data histograms\nset style histogram clustered gap 1\n"
             f'plot $panel using 2:xtic(1) lc rgb "{OWN}" title "Korvel", '
             f'"" using 3 lc rgb "{THIRD}" title "RapidJSON", '
