@@ -15,7 +15,7 @@ from runner.programs import BUILD
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     group = parser.add_mutually_exclusive_group()
-    group.add_argument("--quick", action="store_true", help="a rough table in two minutes")
+    group.add_argument("--quick", action="store_true", help="a rough table in a minute")
     group.add_argument("--instructions", action="store_true", help="instructions an entry only")
     group.add_argument("--check", action="store_true", help="no figures: does everything run?")
     options = parser.parse_args()

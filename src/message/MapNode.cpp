@@ -94,21 +94,22 @@ Message& MapNode::place(std::basic_string_view<Unit> key) {
             if (Message* const value = placeFlat(*flatKey)) return *value;
         }
     }
-    std::wstring wideKey;
     if constexpr (sizeof(Unit) == 1) {
-        wideKey = Utf::decode(key);
+        return placeInTree(Utf::decode(key));
     } else {
-        wideKey = Utf::splitSupplementary(key);
+        return placeInTree(Utf::splitSupplementary(key));
     }
-    // Most keys are new ones, for which emplace compares less than try_emplace.
-    return tree()
-        .emplace(std::piecewise_construct, std::forward_as_tuple(std::move(wideKey)),
-                 std::tuple<>())
-        .first->second;
 }
 
 template Message& MapNode::place(std::string_view key);
 template Message& MapNode::place(std::wstring_view key);
+
+Message& MapNode::placeInTree(std::wstring key) {
+    // Most keys are new ones, for which emplace compares less than try_emplace.
+    return tree()
+        .emplace(std::piecewise_construct, std::forward_as_tuple(std::move(key)), std::tuple<>())
+        .first->second;
+}
 
 const MapNode::Entry* MapNode::find(const FlatKey& key) const noexcept {
     const auto entry = std::find_if(flat_.begin(), flat_.end(),

@@ -4,7 +4,6 @@
 #include "message/Utf.h"
 
 #include <stdexcept>
-#include <tuple>
 
 namespace Korvel {
 namespace {
@@ -49,10 +48,7 @@ Message& Message::element(std::wstring_view key) {
 Message& Message::elementAt(std::wstring key) {
     if (isNull()) becomeMap({});
     requireType(Type::Map);
-    // Most keys are new ones, for which emplace compares less than try_emplace.
-    return value_.plain.slot.map->tree()
-        .emplace(std::piecewise_construct, std::forward_as_tuple(std::move(key)), std::tuple<>())
-        .first->second;
+    return value_.plain.slot.map->placeInTree(std::move(key));
 }
 
 /// What operator[] and an assignment do, at less cost, because no reference gets out. Takes a Null

@@ -65,7 +65,6 @@ public:
     void reserve(std::size_t size);
     bool isFlat() const noexcept { return isFlat_; }
     const std::vector<Entry>& flat() const noexcept { return flat_; }
-    std::vector<Entry>& flat() noexcept { return flat_; }
     std::size_t size() const noexcept;
     bool contains(std::wstring_view key) const;
 
@@ -81,6 +80,9 @@ public:
     /// insertion can move it. So it must not reach a user.
     template <class Unit>
     Message& place(std::basic_string_view<Unit> key);
+
+    /// The same in the tree, where the value stays. The key must be in its final form.
+    Message& placeInTree(std::wstring key);
 
     void beginCopies(const MapNode& source, Message::OpenCopies& open);
 

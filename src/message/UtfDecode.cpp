@@ -4,7 +4,6 @@
 #include "message/UtfUnits.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace Korvel::Utf {
 namespace {
@@ -16,10 +15,6 @@ constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 std::uint32_t leadBits(std::uint32_t lead, unsigned length) {
     constexpr std::uint32_t MASKS[] = {0, 0x7F, 0x1F, 0x0F, 0x07, 0x03, 0x03};
     return lead & MASKS[length];
-}
-
-[[noreturn]] void fail() {
-    throw std::range_error("bad conversion");
 }
 
 std::uint32_t readContinuation(std::string_view text, std::size_t position) {

@@ -4,17 +4,12 @@
 #include "message/UtfUnits.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace Korvel::Utf {
 namespace {
 
 /// A long text is converted in pieces that stay in the fastest memory on their way to the result.
 constexpr std::size_t PIECE = 2048;
-
-[[noreturn]] void fail() {
-    throw std::range_error("bad conversion");
-}
 
 char asByte(std::uint32_t value) {
     return static_cast<char>(static_cast<unsigned char>(value));

@@ -2,13 +2,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
 #include <string_view>
 
-/// What bytes of UTF-8 and units of UTF-16 are, for the conversions.
+/// What bytes of UTF-8 and units of UTF-16 are, for the conversions, and how those fail.
 namespace Korvel::Utf {
 
 constexpr std::uint32_t LAST_OF_BMP = 0xFFFF;
 constexpr std::uint32_t LAST_CODE_POINT = 0x10FFFF;
+
+[[noreturn]] inline void fail() {
+    throw std::range_error("bad conversion");
+}
 
 /// An element as a number. On a platform where `wchar_t` is signed a negative one becomes huge.
 inline std::uint32_t unitAt(std::wstring_view text, std::size_t position) {
