@@ -31,11 +31,11 @@ unsigned countDigits(std::uint64_t value) {
     return guess + ((value | 1) >= POWERS[guess] ? 1 : 0);
 }
 
-void writePair(char* out, std::uint64_t value) {
-    std::memcpy(out, &PAIRS[value * 2], 2);
+void writePair(char* out, std::uint32_t value) {
+    std::memcpy(out, &PAIRS[std::size_t{value} * 2], 2);
 }
 
-void writeFour(char* out, std::uint64_t value) {
+void writeFour(char* out, std::uint32_t value) {
     writePair(out, value / 100);
     writePair(out + 2, value % 100);
 }
@@ -53,17 +53,18 @@ char* write(char* out, std::int64_t value) noexcept {
     // Four digits a step make the chain of divisions short.
     for (; magnitude >= 10000; magnitude /= 10000) {
         position -= 4;
-        writeFour(position, magnitude % 10000);
+        writeFour(position, static_cast<std::uint32_t>(magnitude % 10000));
     }
-    if (magnitude >= 100) {
+    auto rest = static_cast<std::uint32_t>(magnitude);
+    if (rest >= 100) {
         position -= 2;
-        writePair(position, magnitude % 100);
-        magnitude /= 100;
+        writePair(position, rest % 100);
+        rest /= 100;
     }
-    if (magnitude >= 10) {
-        writePair(out, magnitude);
+    if (rest >= 10) {
+        writePair(out, rest);
     } else {
-        *out = static_cast<char>('0' + magnitude);
+        *out = static_cast<char>('0' + rest);
     }
     return end;
 }
