@@ -53,31 +53,37 @@ char* encodePair(char* bytes, std::wstring_view text, std::size_t& position) {
     return encodeFourBytes(bytes, codePointOf(high, low));
 }
 
-/// What is no ASCII; quicker than encodeCharacter for what most such texts are made of.
-char* encodeOther(char* bytes, std::wstring_view text, std::size_t& position) {
-    const std::uint32_t unit = unitAt(text, position);
-    if (unit < 0x800) {
-        ++position;
-        return encodeTwoBytes(bytes, unit);
-    }
-    if (unit > LAST_OF_BMP || isSurrogate(unit)) return encodeCharacter(bytes, text, position);
-    ++position;
-    return encodeThreeBytes(bytes, unit);
+/// A unit below 0x800. Both bytes are written, whether it needs two or one: ASCII and other letters
+/// alternate in a way that branches cannot foresee.
+char* encodeShort(char* bytes, std::uint32_t unit) {
+    const bool isAscii = unit < 0x80;
+    bytes[0] = asByte(isAscii ? unit : 0xC0 | (unit >> 6));
+    bytes[1] = continuation(unit, 0);
+    return bytes + (isAscii ? 1 : 2);
 }
 
-/// The units from `position` up to `limit`, and the second of a pair that begins there.
+/// The units from `position` up to `limit`, and the second of a pair that begins there. Writes only
+/// what belongs to the text, which may have an exact place.
 char* encodeUpTo(std::size_t limit, char* bytes, std::wstring_view text, std::size_t& position) {
+    const std::size_t last = text.size() - 1;
     std::size_t next = position;
     while (next < limit) {
         for (; limit - next >= TextBlock::SIZE; next += TextBlock::SIZE, bytes += TextBlock::SIZE) {
             if (!TextBlock::isAscii(&text[next])) break;
             TextBlock::narrow(bytes, &text[next]);
         }
-        for (; next < limit && unitAt(text, next) < 0x80; ++next) {
-            *bytes++ = asByte(unitAt(text, next));
-        }
-        while (next < limit && unitAt(text, next) >= 0x80) {
-            bytes = encodeOther(bytes, text, next);
+        const std::size_t stop = std::min(limit, next + TextBlock::SIZE);
+        while (next < stop) {
+            const std::uint32_t unit = unitAt(text, next);
+            if (unit < 0x800 && next != last) {
+                bytes = encodeShort(bytes, unit);
+                ++next;
+            } else if (unit >= 0x800 && unit <= LAST_OF_BMP && !isSurrogate(unit)) {
+                bytes = encodeThreeBytes(bytes, unit);
+                ++next;
+            } else {
+                bytes = encodeCharacter(bytes, text, next);
+            }
         }
     }
     position = next;
