@@ -41,8 +41,11 @@ namespace Korvel {
 /// Errors: WrongTypeException where the type does not fit, and nothing has changed then;
 /// `std::range_error` "bad conversion" for text that cannot be converted; `std::bad_alloc`.
 ///
-/// Threads: a Message has no lock and no shared state. Different objects may be used on different
-/// threads; one object must not be changed while another thread reads it.
+/// Threads: different objects may be used on different threads, and none waits for another. One
+/// object must not be changed while another thread reads it.
+///
+/// Memory: of what operator[] with a key allocates, the library keeps a part for later Maps when a
+/// Map ends: that of up to 1,024 Maps in a process, of sixteen values each.
 class KORVEL_API Message {
 public:
     /// A Null.
@@ -54,10 +57,12 @@ public:
         value_.plain.slot.boolean = value;
     }
 
-    Message(std::int64_t value) noexcept;
+    Message(std::int64_t value) noexcept : value_{{Type::Integer, {}}} {
+        value_.plain.slot.integer = value;
+    }
     /// A Double: the float widened, so 0.1f reads back as 0.10000000149011612.
-    Message(float value) noexcept;
-    Message(double value) noexcept;
+    Message(float value) noexcept : Message(static_cast<double>(value)) {}
+    Message(double value) noexcept : value_{{Type::Double, {}}} { value_.plain.slot.real = value; }
 
     /// Every other standard integer type gives an Integer too, `signed char` and `unsigned char`
     /// included. An unsigned value above 9223372036854775807 has no Integer: it throws
@@ -133,8 +138,8 @@ public:
     std::wstring getWstring() const;
     /// The text as UTF-8, converted anew on every call.
     std::string getString() const;
-    /// The containers, valid as long as this Message holds them. A Map that nobody has taken a
-    /// reference into yet makes its map at the first call.
+    /// The containers, valid as long as this Message holds them. A Map makes its map at the first
+    /// call.
     const std::map<std::wstring, Message>& getMap() const;
     const std::vector<Message>& getVector() const;
 
@@ -144,12 +149,12 @@ public:
     Message& operator[](const std::string& key);
     Message& operator[](const std::wstring& key);
     template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
-    Message& operator[](const T& key) {
-        return element(std::string_view(key));
+    KORVEL_INLINE Message& operator[](const T& key) {
+        return literalElement<std::string_view>(key);
     }
     template <class T, std::enable_if_t<Detail::isKey<T, wchar_t>, int> = 0>
-    Message& operator[](const T& key) {
-        return element(std::wstring_view(key));
+    KORVEL_INLINE Message& operator[](const T& key) {
+        return literalElement<std::wstring_view>(key);
     }
 
     /// The element at `position` of a Vector. The position is not checked: it must be below size().
@@ -206,9 +211,10 @@ public:
     static std::string wstrToStr(const std::wstring& text);
 
 private:
-    friend class Logger;
+    friend class Anchors;
     friend class Extender;
     friend class JsonWriter;
+    friend class Logger;
     friend class MapNode;
     friend class SinkHandler;
 
@@ -230,6 +236,10 @@ private:
     const char* shortBlock() const noexcept { return reinterpret_cast<const char*>(&value_.brief); }
     bool ownsStorage() const noexcept { return type() >= Type::Text; }
     bool isContainer() const noexcept { return type() >= Type::Vector; }
+    /// Only what the library itself reads can be one, and the value that it shows never is.
+    bool isStandIn() const noexcept { return type() == Type::StandIn; }
+    const Message& shown() const noexcept { return isStandIn() ? *value_.plain.slot.shown : *this; }
+    Message& shown() noexcept { return isStandIn() ? *value_.plain.slot.shown : *this; }
     /// The value, with what it owns: a text or a container leaves a Null, a scalar stays here.
     Value take() noexcept {
         const Value taken = value_;
@@ -244,7 +254,7 @@ private:
     }
     void becomeVector(std::vector<Message> elements);
     void becomeMap(std::map<std::wstring, Message> entries);
-    void becomeFlatMap(std::size_t size);
+    MapNode& becomeFlatMap(std::size_t size);
     void set(std::wstring_view key, Message&& value);
     void storeUnits(std::wstring_view text);
     bool storeShortAscii(std::wstring_view text) noexcept;
@@ -257,10 +267,25 @@ private:
     void beginCopy(const Message& source, OpenCopies& open);
     void copyChildren(const Message& source, OpenCopies& open);
     void destroyContainer() noexcept;
+    /// The value at a key that may be a literal, which is packed when the program is compiled.
+    template <class View, class T>
+    KORVEL_INLINE Message& literalElement(const T& key) {
+        if constexpr (Detail::isShortArray<T>) {
+            if (KORVEL_IS_CONSTANT(key[0])) {
+                const Detail::PackedKey packed = Detail::pack(key);
+                if (KORVEL_IS_CONSTANT(packed.tail) && packed.tail != 0) {
+                    return element(packed.head, packed.tail);
+                }
+            }
+        }
+        return element(View(key));
+    }
+    Message& element(std::uint64_t head, std::uint64_t tail);
     Message& element(std::string_view key);
     Message& element(std::wstring_view key);
-    Message& elementAt(std::wstring key);
+    MapNode& mapToExtend();
     void reset() noexcept;
+    void prefetch() const noexcept;
 
     Value value_;
 };

@@ -7,12 +7,23 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
+
+/// Whether the compiler knows the value, so that it costs nothing to look at.
+#ifdef __GNUC__
+#define KORVEL_IS_CONSTANT(value) __builtin_constant_p(value)
+#define KORVEL_INLINE __attribute__((always_inline)) inline
+#else
+#define KORVEL_IS_CONSTANT(value) false
+#define KORVEL_INLINE inline
+#endif
 
 namespace Korvel {
 
 struct TextNode;
 struct VectorNode;
 class MapNode;
+class Message;
 
 /// What a Message is made of, and which arguments it takes as what. Nothing here is for users.
 namespace Detail {
@@ -20,12 +31,13 @@ namespace Detail {
 /// A text has three forms: up to fifteen bytes of UTF-8 in the Message, with the size in the
 /// type; more of them in a TextNode; or a wide text, for units that have no UTF-8 to read back
 /// from. The types from ShortText on leave a Null when they are moved from, and those from Text
-/// on own storage.
+/// on own storage. A StandIn is what a Map keeps for a value that stands elsewhere.
 enum class Type : std::uint8_t {
     Null,
     Boolean,
     Double,
     Integer,
+    StandIn,
     ShortText = 16,
     Text = 32,
     WideText,
@@ -41,6 +53,7 @@ union Slot {
     std::wstring* wideText;
     VectorNode* vector;
     MapNode* map;
+    Message* shown;
 };
 
 struct Plain {
@@ -79,6 +92,48 @@ inline constexpr bool isText =
 template <class T, class Unit>
 inline constexpr bool isKey = std::is_convertible_v<const T&, std::basic_string_view<Unit>> &&
                               !std::is_same_v<T, std::nullptr_t>;
+
+/// A key as a Map keeps it if it has up to fifteen ASCII characters, none of which JSON escapes:
+/// the characters from the highest byte of two numbers on, zeros behind them, and the size in the
+/// last byte. `tail` is 0 for what is no such key. The library makes the same of other keys
+/// (FlatKey), and what is compiled into programs makes this a part of the ABI.
+struct PackedKey {
+    std::uint64_t head = 0;
+    std::uint64_t tail = 0;
+
+    static constexpr std::size_t CAPACITY = 15;
+};
+
+/// Whether T is an array of the size of such a key.
+template <class T>
+inline constexpr bool isShortArray = (std::extent_v<T> > 0) &&
+                                     (std::extent_v<T> <= PackedKey::CAPACITY + 1);
+
+template <class Unit>
+KORVEL_INLINE constexpr bool isPlain(Unit unit) {
+    return unit >= 0x20 && unit < 0x80 && unit != '"' && unit != '\\';
+}
+
+/// The bits of the character at `position` in the number that begins with the one at `first`.
+template <class Unit>
+KORVEL_INLINE constexpr std::uint64_t packOne(Unit unit, std::size_t position, std::size_t first) {
+    if (position < first || position >= first + 8) return 0;
+    return static_cast<std::uint64_t>(unit) << (56 - 8 * (position - first));
+}
+
+template <class Unit, std::size_t N, std::size_t... POSITIONS>
+KORVEL_INLINE constexpr PackedKey pack(const Unit (&text)[N], std::index_sequence<POSITIONS...>) {
+    const unsigned others = ((isPlain(text[POSITIONS]) ? 0U : 1U) | ... | 0U);
+    if (others != 0 || text[N - 1] != Unit()) return {};
+    return {(packOne(text[POSITIONS], POSITIONS, 0) | ... | 0U),
+            (packOne(text[POSITIONS], POSITIONS, 8) | ... | (N - 1))};
+}
+
+/// Compilers make a constant of it where `text` is a literal.
+template <class Unit, std::size_t N>
+KORVEL_INLINE constexpr PackedKey pack(const Unit (&text)[N]) {
+    return pack(text, std::make_index_sequence<N - 1>());
+}
 
 template <class T>
 std::int64_t toInteger(T value) {

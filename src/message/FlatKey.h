@@ -2,81 +2,123 @@
 
 #include "message/TextBlock.h"
 
+#include <Korvel/MessageParts.h>
+
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace Korvel {
 
-/// A key of a Map as nearly all keys are: up to fifteen ASCII characters, none of which JSON
-/// escapes. Zero bytes stand behind the text, so that its bytes alone give the order of keys.
+/// A key of a Map as nearly all keys are, in the form of Detail::PackedKey, to which what is made
+/// here must be equal. The numbers alone give the order of keys.
 class FlatKey {
 public:
-    static constexpr std::size_t CAPACITY = TextBlock::SIZE - 1;
+    static constexpr std::size_t CAPACITY = Detail::PackedKey::CAPACITY;
 
-    /// The key with that text, if it is of this kind.
-    static std::optional<FlatKey> of(std::string_view text) noexcept {
-        if (text.size() > CAPACITY) return std::nullopt;
-        FlatKey key;
-        text.copy(key.bytes_, text.size());
-        return key.finish(text.size());
-    }
+    /// The empty key.
+    FlatKey() noexcept = default;
+    explicit FlatKey(const Detail::PackedKey& key) noexcept : head_(key.head), tail_(key.tail) {}
 
-    static std::optional<FlatKey> of(std::wstring_view text) noexcept {
-        if (text.size() > CAPACITY) return std::nullopt;
+    /// The key with that text, if it is of this kind. The text is read in pieces that overlap: what
+    /// they share is the same bits.
+    template <class Unit>
+    static std::optional<FlatKey> of(std::basic_string_view<Unit> text) noexcept {
+        const std::size_t size = text.size();
+        if (size > CAPACITY) return std::nullopt;
+        const Unit* const begin = text.data();
+        const Unit* const end = begin + size;
         FlatKey key;
-        std::uint32_t bits = 0;
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            bits |= static_cast<std::uint32_t>(text[i]);
-            key.bytes_[i] = static_cast<char>(text[i]);
+        bool isSpecial = false;
+        if (size > 8) {
+            key.head_ = packEight(begin);
+            key.tail_ = packEight(end - 8) << (8 * (16 - size));
+            isSpecial = hasSpecial(key.head_) || hasSpecial(key.tail_ | SPACES >> (8 * (size - 8)));
+        } else if (size == 8) {
+            key.head_ = packEight(begin);
+            isSpecial = hasSpecial(key.head_);
+        } else {
+            key.head_ = packUpToSeven(begin, size);
+            isSpecial = hasSpecial(key.head_ | SPACES >> (8 * size));
         }
-        if (bits >= 0x80) return std::nullopt;
-        return key.finish(text.size());
+        key.tail_ |= size;
+        if (isSpecial) return std::nullopt;
+        return key;
     }
 
-    std::size_t size() const noexcept { return static_cast<std::size_t>(bytes_[CAPACITY]); }
+    std::size_t size() const noexcept { return static_cast<std::size_t>(tail_ & 0xFF); }
 
-    /// Writes the text, and returns its end; CAPACITY bytes are written, whatever the end is.
+    /// Writes the text, and returns its end; TextBlock::SIZE bytes are written, whatever the end
+    /// is.
     char* write(char* out) const noexcept {
-        std::memcpy(out, bytes_, CAPACITY);
+        writeNumber(out, head_);
+        writeNumber(out + sizeof head_, tail_);
         return out + size();
     }
 
-    std::wstring wide() const { return std::wstring(bytes_, bytes_ + size()); }
+    std::wstring wide() const {
+        char bytes[TextBlock::SIZE];
+        return std::wstring(&bytes[0], write(bytes));
+    }
 
     bool operator==(const FlatKey& other) const noexcept {
-        return std::memcmp(bytes_, other.bytes_, CAPACITY) == 0;
+        return head_ == other.head_ && tail_ == other.tail_;
     }
 
     bool operator<(const FlatKey& other) const noexcept {
-        const std::uint64_t left = head();
-        const std::uint64_t right = other.head();
-        if (left != right) return left < right;
-        return std::memcmp(bytes_ + sizeof left, other.bytes_ + sizeof left, sizeof left) < 0;
+        return head_ != other.head_ ? head_ < other.head_ : tail_ < other.tail_;
     }
 
 private:
-    std::optional<FlatKey> finish(std::size_t size) noexcept {
-        const unsigned special = TextBlock::escapeMask(bytes_) | TextBlock::otherMask(bytes_);
-        if ((special & TextBlock::maskOf(size)) != 0) return std::nullopt;
-        bytes_[CAPACITY] = static_cast<char>(size);
-        return *this;
+    static constexpr std::uint64_t SPACES = 0x2020202020202020;
+
+    template <class Unit>
+    static std::uint64_t packEight(const Unit* units) noexcept {
+        return std::uint64_t{TextBlock::packFour(units)} << 32 | TextBlock::packFour(units + 4);
     }
 
-    /// The first eight bytes as a number, the first of them in the highest place.
-    std::uint64_t head() const noexcept {
-        const auto byte = [this](unsigned position) {
-            return std::uint64_t{static_cast<unsigned char>(bytes_[position])}
-                   << (56 - 8 * position);
-        };
-        return byte(0) | byte(1) | byte(2) | byte(3) | byte(4) | byte(5) | byte(6) | byte(7);
+    template <class Unit>
+    static std::uint64_t packUpToSeven(const Unit* units, std::size_t size) noexcept {
+        if (size >= 4) {
+            const std::uint64_t last = TextBlock::packFour(units + size - 4);
+            return std::uint64_t{TextBlock::packFour(units)} << 32 | last << (8 * (8 - size));
+        }
+        std::uint64_t number = 0;
+        for (std::size_t i = 0; i < size; ++i) number |= packOne(units[i]) << (56 - 8 * i);
+        return number;
     }
 
-    /// The text, and its size in the last byte.
-    char bytes_[TextBlock::SIZE] = {};
+    template <class Unit>
+    static std::uint64_t packOne(Unit unit) noexcept {
+        const auto value = static_cast<std::make_unsigned_t<Unit>>(unit);
+        return value < 0x80 ? value : 0;
+    }
+
+    /// Whether a byte of the number is no ASCII or is what JSON escapes. A subtraction sets the
+    /// highest bit of the byte in question, and can set that of others only besides.
+    static bool hasSpecial(std::uint64_t number) noexcept {
+        constexpr std::uint64_t ONES = 0x0101010101010101;
+        const std::uint64_t isControl = number - 0x20 * ONES;
+        const std::uint64_t isQuote = (number ^ '"' * ONES) - ONES;
+        const std::uint64_t isBackslash = (number ^ '\\' * ONES) - ONES;
+        return ((number | isControl | isQuote | isBackslash) & 0x80 * ONES) != 0;
+    }
+
+    static void writeNumber(char* bytes, std::uint64_t number) noexcept {
+        if constexpr (std::endian::native == std::endian::little) {
+            const std::uint64_t first = TextBlock::swapBytes(static_cast<std::uint32_t>(number));
+            number = first << 32 | TextBlock::swapBytes(static_cast<std::uint32_t>(number >> 32));
+        }
+        std::memcpy(bytes, &number, sizeof number);
+    }
+
+    std::uint64_t head_ = 0;
+    std::uint64_t tail_ = 0;
 };
 
 }  // namespace Korvel

@@ -13,7 +13,6 @@ namespace Korvel {
 namespace {
 
 constexpr std::string_view STEP = "  ";
-constexpr std::size_t USUAL_DEPTH = 8;
 /// A long text is written in pieces, because the room for its worst case is six times its size.
 constexpr std::size_t PIECE = 4096;
 /// For what stands around a child beside its indentation, and for a child that is a number or a
@@ -53,32 +52,32 @@ void JsonWriter::write(const Message& root) {
         text_.endAt(putScalar(text_.room(ROOM_FOR_CHILD), root));
         return;
     }
-    levels_.reserve(USUAL_DEPTH);
     open(root);
-    while (!levels_.empty()) writeChildren();
+    while (depth_ > 0) writeChildren();
 }
 
 void JsonWriter::writeChildren() {
-    const Level& level = levels_.back();
+    const Level& level = innermost();
     if (level.container->isVector()) return writeElements();
     if (level.isFlat) return writeFlatEntries();
     writeEntries();
 }
 
 void JsonWriter::open(const Message& container) {
-    if (!levels_.empty() && pretty_) indent_ += STEP;
+    if (depth_ > 0 && pretty_) indent_ += STEP;
     text_.push_back(container.isMap() ? '{' : '[');
     if (pretty_) text_.push_back('\n');
+    if (++depth_ > first_.size()) deeper_.emplace_back();
     const bool isFlat = container.isMap() && container.value_.plain.slot.map->isFlat();
-    levels_.push_back({&container, isFlat, 0, {}});
-    if (container.isMap() && !isFlat) levels_.back().entry = container.getMap().begin();
+    innermost() = {&container, isFlat, 0, {}};
+    if (container.isMap() && !isFlat) innermost().entry = container.getMap().begin();
 }
 
 /// Goes on with the innermost container, a Vector, up to an element that is a container itself, or
 /// to its end. What the loop uses is local, because whatever is written through a character pointer
 /// could be a member as far as a compiler knows.
 void JsonWriter::writeElements() {
-    Level& level = levels_.back();
+    Level& level = innermost();
     const std::vector<Message>& elements = level.container->getVector();
     const Message* const begin = elements.data();
     const Message* const end = begin + elements.size();
@@ -101,8 +100,8 @@ void JsonWriter::writeElements() {
 
 /// The same for a Map that is flat.
 void JsonWriter::writeFlatEntries() {
-    Level& level = levels_.back();
-    const auto& entries = level.container->value_.plain.slot.map->flat();
+    Level& level = innermost();
+    const auto entries = level.container->value_.plain.slot.map->flat();
     const auto* const begin = entries.data();
     const auto* const end = begin + entries.size();
     const std::size_t room = ROOM_FOR_CHILD + indent_.size();
@@ -113,12 +112,13 @@ void JsonWriter::writeFlatEntries() {
         if (isLaidOut) out = putLayout(out, entry == begin);
         *out = '"';
         out = putColon(put(entry->key.write(out + 1), "\""));
-        if (entry->value.isContainer()) {
+        const Message& value = entry->value.shown();
+        if (value.isContainer()) {
             level.position = static_cast<std::size_t>(entry - begin) + 1;
             text_.endAt(out);
-            return open(entry->value);
+            return open(value);
         }
-        out = putScalar(out, entry->value);
+        out = putScalar(out, value);
     }
     text_.endAt(out);
     close('}', entries.empty());
@@ -126,7 +126,7 @@ void JsonWriter::writeFlatEntries() {
 
 /// The same for any other Map.
 void JsonWriter::writeEntries() {
-    Level& level = levels_.back();
+    Level& level = innermost();
     const Entries& entries = level.container->getMap();
     const std::size_t room = ROOM_FOR_CHILD + indent_.size();
     const bool isLaidOut = pretty_ || !indent_.empty();
@@ -153,8 +153,8 @@ void JsonWriter::close(char bracket, bool isEmpty) {
     if (pretty_ && !isEmpty) text_.push_back('\n');
     text_.append(indent_);
     text_.push_back(bracket);
-    levels_.pop_back();
-    if (!levels_.empty() && pretty_) indent_.resize(indent_.size() - STEP.size());
+    if (depth_-- > first_.size()) deeper_.pop_back();
+    if (depth_ > 0 && pretty_) indent_.resize(indent_.size() - STEP.size());
 }
 
 /// What stands before a child beside a comma.

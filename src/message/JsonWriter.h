@@ -4,6 +4,7 @@
 
 #include <Korvel/Message.h>
 
+#include <array>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -32,6 +33,9 @@ private:
         Entries::const_iterator entry;
     };
 
+    Level& innermost() noexcept {
+        return depth_ <= first_.size() ? first_[depth_ - 1] : deeper_.back();
+    }
     void open(const Message& container);
     void writeChildren();
     void writeElements();
@@ -49,7 +53,10 @@ private:
     const bool pretty_;
     const bool isClassicLocale_;
     std::string indent_;
-    std::vector<Level> levels_;
+    std::size_t depth_ = 0;
+    /// Enough for most, so that they need no allocation.
+    std::array<Level, 4> first_;
+    std::vector<Level> deeper_;
 };
 
 }  // namespace Korvel

@@ -3,95 +3,140 @@
 
 #include <algorithm>
 #include <memory>
+#include <thread>
 #include <tuple>
 #include <utility>
 
 namespace Korvel {
+namespace {
 
-MapNode::MapNode(Tree entries) : isFlat_(false), own_(std::move(entries)), tree_(&own_) {}
-
-MapNode::MapNode(const MapNode& source) {
-    if (source.isFlat_) {
-        reserve(source.flat_.size());
-        for (const Entry& entry : source.flat_) flat_.push_back(entry);
-    } else if (!copyFlat(source.tree())) {
-        flat_.clear();
-        own_ = source.tree();
-        tree_ = &own_;
-        isFlat_ = false;
+/// A lock of one Map. It is held for some allocations only, and nearly never asked for twice.
+class Turn {
+public:
+    explicit Turn(std::atomic_flag& flag) noexcept : flag_(flag) {
+        while (flag_.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
     }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() { flag_.clear(std::memory_order_release); }
+
+private:
+    std::atomic_flag& flag_;
+};
+
+}  // namespace
+
+MapNode* MapNode::create(std::size_t size) {
+    const std::size_t capacity = std::min(size + SPARE, MOST_FLAT);
+    return new (::operator new(sizeof(MapNode) + capacity * sizeof(Entry))) MapNode(capacity);
+}
+
+MapNode* MapNode::create(Tree entries) {
+    auto tree = std::make_unique<Tree>(std::move(entries));
+    MapNode* const node = create(0);
+    node->tree_ = tree.release();
+    node->isFlat_ = false;
+    return node;
+}
+
+void MapNode::destroy(MapNode* node) noexcept {
+    node->~MapNode();
+    ::operator delete(node);
+}
+
+MapNode::MapNode(std::size_t capacity) noexcept
+    : entries_(ownEntries()), capacity_(static_cast<std::uint32_t>(capacity)) {
+    std::uninitialized_value_construct_n(entries_, capacity);
 }
 
 MapNode::~MapNode() {
-    Tree* const tree = tree_;
+    const Tree* const tree = tree_;
     if (tree != nullptr) dropFlat();
-    if (tree != &own_) delete tree;
-}
-
-void MapNode::reserve(std::size_t size) {
-    flat_.reserve(std::min(size + SPARE, MOST_FLAT));
+    delete tree;
+    for (Entry& entry : entries()) entry.value = Message();
 }
 
 std::size_t MapNode::size() const noexcept {
-    return isFlat_ ? flat_.size() : tree_.load()->size();
+    return isFlat_ ? size_ : tree_.load()->size();
 }
 
 bool MapNode::contains(std::wstring_view key) const {
-    if (!isFlat_) return tree().contains(Utf::splitSupplementary(key));
-    const auto flatKey = FlatKey::of(key);
-    return flatKey.has_value() && find(*flatKey) != nullptr;
+    if (isFlat_) return findFlat(key) != nullptr;
+    return tree().contains(Utf::splitSupplementary(key));
+}
+
+const Message* MapNode::find(std::wstring_view key) const {
+    if (isFlat_) {
+        const Entry* const entry = findFlat(key);
+        if (entry == nullptr) return nullptr;
+        if (entry->value.isStandIn()) return &entry->value.shown();
+    }
+    const auto entry = tree().find(Utf::splitSupplementary(key));
+    return entry == tree().end() ? nullptr : &entry->second;
+}
+
+Message* MapNode::find(std::wstring_view key) {
+    const Message* const value = std::as_const(*this).find(key);
+    if (tree_ != nullptr) isFlat_ = false;
+    return const_cast<Message*>(value);
 }
 
 const MapNode::Tree& MapNode::tree() const {
     if (const Tree* const made = tree_.load(std::memory_order_acquire)) return *made;
-    auto tree = std::make_unique<Tree>();
-    addKeysTo(*tree);
-    // Nothing throws from here on, so that no value is ever owned twice.
-    auto place = tree->begin();
-    for (const Entry& entry : flat_) (place++)->second.value_ = entry.value.value_;
-    // Readers can get here at the same time; the first one's tree is for all.
-    Tree* first = nullptr;
-    if (tree_.compare_exchange_strong(first, tree.get(), std::memory_order_acq_rel)) {
-        return *tree.release();
-    }
-    for (auto& entry : *tree) entry.second.become(Message::Type::Null, {});
-    return *first;
+    // Readers can get here at the same time; the first one makes the tree for all.
+    const Turn turn(treeInWork_);
+    if (tree_ == nullptr) tree_ = makeTree().release();
+    return *tree_;
 }
 
-MapNode::Tree& MapNode::tree() {
-    if (tree_ == nullptr) {
-        addKeysTo(own_);
-        // Nothing throws from here on, so a failure leaves the entries as they were.
-        auto place = own_.begin();
-        for (Entry& entry : flat_) (place++)->second = std::move(entry.value);
-        tree_ = &own_;
+/// A tree of the entries that owns their values. The array, which others may be reading, stays.
+std::unique_ptr<MapNode::Tree> MapNode::makeTree() const {
+    auto tree = std::make_unique<Tree>();
+    std::vector<std::wstring> keysOfAnchored;
+    for (const Entry& entry : flat()) {
+        if (entry.value.isStandIn()) {
+            keysOfAnchored.push_back(entry.key.wide());
+        } else {
+            tree->try_emplace(tree->end(), entry.key.wide());
+        }
     }
+    // Nothing throws from here on, so that no value is ever owned twice.
+    auto key = keysOfAnchored.begin();
+    auto place = tree->begin();
+    for (const Entry& entry : flat()) {
+        if (entry.value.isStandIn()) {
+            auto node = anchors_->release(entry.value.shown());
+            node.key() = std::move(*key++);
+            tree->insert(place, std::move(node));
+        } else {
+            (place++)->second.value_ = entry.value.value_;
+        }
+    }
+    anchors_.reset();
+    return tree;
+}
+
+/// Ends the flat form.
+MapNode::Tree& MapNode::tree() {
+    std::as_const(*this).tree();
     isFlat_ = false;
     dropFlat();
     return *tree_;
 }
 
-MapNode::Tree& MapNode::sharedTree() {
-    std::as_const(*this).tree();
-    isFlat_ = false;
-    return *tree_;
-}
-
-void MapNode::addKeysTo(Tree& tree) const {
-    for (const Entry& entry : flat_) tree.try_emplace(tree.end(), entry.key.wide());
-}
-
 /// Removes the entries from the array, whose values the tree owns.
 void MapNode::dropFlat() noexcept {
-    for (Entry& entry : flat_) entry.value.become(Message::Type::Null, {});
-    flat_.clear();
+    for (Entry& entry : entries()) entry.value.become(Message::Type::Null, {});
+    size_ = 0;
 }
 
 template <class Unit>
 Message& MapNode::place(std::basic_string_view<Unit> key) {
     if (isFlat_ && tree_ == nullptr) {
         if (const auto flatKey = FlatKey::of(key)) {
-            if (Message* const value = placeFlat(*flatKey)) return *value;
+            Entry* entry = lowerBound(*flatKey);
+            if (!isAt(entry, *flatKey)) entry = insert(entry, *flatKey);
+            if (entry != nullptr) return entry->value.shown();
         }
     }
     if constexpr (sizeof(Unit) == 1) {
@@ -104,6 +149,24 @@ Message& MapNode::place(std::basic_string_view<Unit> key) {
 template Message& MapNode::place(std::string_view key);
 template Message& MapNode::place(std::wstring_view key);
 
+Message& MapNode::anchor(const FlatKey& key) {
+    if (!isFlat_ || tree_ != nullptr) return placeInTree(key.wide());
+    Entry* entry = lowerBound(key);
+    const bool isNew = !isAt(entry, key);
+    if (!isNew && entry->value.isStandIn()) return entry->value.shown();
+    if (anchors_ == nullptr) anchors_ = Anchors::borrow();
+    Message& anchored = anchors_->next();
+    if (isNew) {
+        entry = insert(entry, key);
+        if (entry == nullptr) return placeInTree(key.wide());
+    } else {
+        anchored.value_ = entry->value.value_;
+    }
+    entry->value.become(Message::Type::StandIn, {.shown = &anchored});
+    anchors_->take();
+    return anchored;
+}
+
 Message& MapNode::placeInTree(std::wstring key) {
     // Most keys are new ones, for which emplace compares less than try_emplace.
     return tree()
@@ -111,18 +174,83 @@ Message& MapNode::placeInTree(std::wstring key) {
         .first->second;
 }
 
-const MapNode::Entry* MapNode::find(const FlatKey& key) const noexcept {
-    const auto entry = std::find_if(flat_.begin(), flat_.end(),
-                                    [&](const Entry& other) { return other.key == key; });
-    return entry == flat_.end() ? nullptr : &*entry;
+const MapNode::Entry* MapNode::findFlat(const FlatKey& key) const noexcept {
+    const auto all = flat();
+    const auto entry =
+        std::find_if(all.begin(), all.end(), [&](const Entry& other) { return other.key == key; });
+    return entry == all.end() ? nullptr : &*entry;
 }
 
-/// Begins the copies of the entries of `source` in this empty node, in the same form.
+const MapNode::Entry* MapNode::findFlat(std::wstring_view key) const noexcept {
+    const auto flatKey = FlatKey::of(key);
+    return flatKey.has_value() ? findFlat(*flatKey) : nullptr;
+}
+
+/// The first entry whose key is not less, or the end of the entries.
+MapNode::Entry* MapNode::lowerBound(const FlatKey& key) noexcept {
+    Entry* place = entries_ + size_;
+    while (place != entries_ && !(place[-1].key < key)) --place;
+    return place;
+}
+
+bool MapNode::isAt(const Entry* entry, const FlatKey& key) const noexcept {
+    return entry != entries_ + size_ && entry->key == key;
+}
+
+/// A new Null at its lowerBound; null where there is no room for another key.
+MapNode::Entry* MapNode::insert(Entry* place, const FlatKey& key) {
+    if (size_ == capacity_) {
+        if (capacity_ == MOST_FLAT) return nullptr;
+        const auto position = place - entries_;
+        grow();
+        place = entries_ + position;
+    }
+    for (Entry* entry = entries_ + size_; entry != place; --entry) entry->become(entry[-1]);
+    place->key = key;
+    place->value.become(Message::Type::Null, {});
+    ++size_;
+    return place;
+}
+
+/// Makes room for as many entries as there may be.
+void MapNode::grow() {
+    auto larger = std::make_unique<Entry[]>(MOST_FLAT);
+    std::size_t i = 0;
+    for (const Entry& entry : flat()) larger[i++].become(entry);
+    // Nothing of what stays behind is destroyed.
+    grown_ = std::move(larger);
+    entries_ = grown_.get();
+    capacity_ = MOST_FLAT;
+}
+
+void MapNode::copyFrom(const MapNode& source) {
+    if (!source.isFlat_) {
+        if (copyFlat(source.tree())) return;
+        // One by one, so that the entries stand in memory in the order in which they are read.
+        Tree& copies = tree();
+        for (const auto& entry : source.tree()) copies.insert(copies.end(), entry);
+        return;
+    }
+    for (const Entry& entry : source.flat()) {
+        const Message& value = entry.value.shown();
+        Entry& copy = entries_[size_++];
+        copy.key = entry.key;
+        if (value.ownsStorage()) {
+            copy.value.copyFrom(value);
+        } else {
+            copy.value.value_ = value.value_;
+        }
+    }
+}
+
+/// Begins the copies of the entries of `source` in this node, which is new, in the same form.
 void MapNode::beginCopies(const MapNode& source, Message::OpenCopies& open) {
     if (source.isFlat_) {
-        for (const Entry& entry : source.flat_) flat_.emplace_back(entry.key);
-        auto to = flat_.begin();
-        for (const Entry& entry : source.flat_) (to++)->value.beginCopy(entry.value, open);
+        for (const Entry& entry : source.flat()) {
+            Entry& copy = entries_[size_++];
+            copy.key = entry.key;
+            copy.value.beginCopy(entry.value.shown(), open);
+        }
         return;
     }
     Tree& copies = tree();
@@ -131,31 +259,17 @@ void MapNode::beginCopies(const MapNode& source, Message::OpenCopies& open) {
     }
 }
 
-/// Null where there is no room for another key.
-Message* MapNode::placeFlat(const FlatKey& key) {
-    std::size_t position = flat_.size();
-    while (position > 0 && key < flat_[position - 1].key) --position;
-    if (position > 0 && flat_[position - 1].key == key) return &flat_[position - 1].value;
-    if (flat_.size() == MOST_FLAT) return nullptr;
-    flat_.emplace_back(key);
-    for (std::size_t i = flat_.size() - 1; i > position; --i) flat_[i].takeFrom(flat_[i - 1]);
-    flat_[position].key = key;
-    return &flat_[position].value;
-}
-
-/// Copies the entries of a tree into this empty node, if they can be flat.
+/// Copies the entries of a tree into this node, if they can be flat.
 bool MapNode::copyFlat(const Tree& source) {
-    if (source.size() > MOST_FLAT - SPARE) return false;
-    reserve(source.size());
+    if (source.size() > capacity_) return false;
+    std::size_t count = 0;
     for (const auto& entry : source) {
         const auto key = FlatKey::of(std::wstring_view(entry.first));
-        if (!key.has_value()) break;
-        flat_.emplace_back(*key);
+        if (!key.has_value()) return false;
+        entries_[count++].key = *key;
     }
     // All keys come first, because a value can be a whole tree, to be copied once.
-    if (flat_.size() != source.size()) return false;
-    auto to = flat_.begin();
-    for (const auto& entry : source) (to++)->value = entry.second;
+    for (const auto& entry : source) entries_[size_++].value = entry.second;
     return true;
 }
 

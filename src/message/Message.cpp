@@ -26,19 +26,8 @@ std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> so
 
 }  // namespace
 
-Message::Message(std::int64_t value) noexcept : value_{{Type::Integer, {}}} {
-    value_.plain.slot.integer = value;
-}
-
-Message::Message(float value) noexcept : Message(static_cast<double>(value)) {}
-
-Message::Message(double value) noexcept : value_{{Type::Double, {}}} {
-    value_.plain.slot.real = value;
-}
-
 Message::Message(std::map<std::string, Message> entries) : Message() {
-    becomeFlatMap(entries.size());
-    MapNode& node = *value_.plain.slot.map;
+    MapNode& node = becomeFlatMap(entries.size());
     for (auto& [key, value] : entries) node.place(std::string_view(key)) = std::move(value);
 }
 
@@ -47,14 +36,12 @@ Message::Message(std::map<std::wstring, Message> entries) : Message() {
 }
 
 Message::Message(std::initializer_list<std::pair<std::string, Message>> entries) : Message() {
-    becomeFlatMap(entries.size());
-    MapNode& node = *value_.plain.slot.map;
+    MapNode& node = becomeFlatMap(entries.size());
     for (const auto& [key, value] : entries) node.place(std::string_view(key)) = value;
 }
 
 Message::Message(std::initializer_list<std::pair<std::wstring, Message>> entries) : Message() {
-    becomeFlatMap(entries.size());
-    MapNode& node = *value_.plain.slot.map;
+    MapNode& node = becomeFlatMap(entries.size());
     for (const auto& [key, value] : entries) node.place(std::wstring_view(key)) = value;
 }
 
@@ -91,13 +78,13 @@ void Message::becomeVector(std::vector<Message> elements) {
 }
 
 void Message::becomeMap(std::map<std::wstring, Message> entries) {
-    become(Type::Map, {.map = new MapNode(std::move(entries))});
+    become(Type::Map, {.map = MapNode::create(std::move(entries))});
 }
 
 /// With room for `size` entries and a few more.
-void Message::becomeFlatMap(std::size_t size) {
-    become(Type::Map, {.map = new MapNode()});
-    value_.plain.slot.map->reserve(size);
+MapNode& Message::becomeFlatMap(std::size_t size) {
+    become(Type::Map, {.map = MapNode::create(size)});
+    return *value_.plain.slot.map;
 }
 
 bool Message::isNull() const noexcept {

@@ -4,15 +4,15 @@
 #include "message/Utf.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace Korvel {
 namespace {
 
-template <class Map>
-auto& existing(Map& entries, const std::wstring& key) {
-    const auto entry = entries.find(key);
-    if (entry == entries.end()) throw std::out_of_range("invalid map<K, T> key");
-    return entry->second;
+template <class Value>
+Value& existing(Value* value) {
+    if (value == nullptr) throw std::out_of_range("invalid map<K, T> key");
+    return *value;
 }
 
 }  // namespace
@@ -36,26 +36,35 @@ Message& Message::operator[](const std::wstring& key) {
     return element(key);
 }
 
+/// The value at a PackedKey.
+Message& Message::element(std::uint64_t head, std::uint64_t tail) {
+    return mapToExtend().anchor(FlatKey({head, tail}));
+}
+
+// A key that cannot be converted fails before anything is changed.
 Message& Message::element(std::string_view key) {
-    return elementAt(Utf::decode(key));
+    if (const auto flatKey = FlatKey::of(key)) return mapToExtend().anchor(*flatKey);
+    std::wstring wideKey = Utf::decode(key);
+    return mapToExtend().placeInTree(std::move(wideKey));
 }
 
 Message& Message::element(std::wstring_view key) {
-    return elementAt(Utf::splitSupplementary(key));
+    if (const auto flatKey = FlatKey::of(key)) return mapToExtend().anchor(*flatKey);
+    return mapToExtend().placeInTree(Utf::splitSupplementary(key));
 }
 
-/// The value at a key that is already in its final form.
-Message& Message::elementAt(std::wstring key) {
-    if (isNull()) becomeMap({});
+/// This Map, or the one that this Null becomes.
+MapNode& Message::mapToExtend() {
+    constexpr std::size_t USUAL_SIZE = 4;
+    if (isNull()) return becomeFlatMap(USUAL_SIZE);
     requireType(Type::Map);
-    return value_.plain.slot.map->placeInTree(std::move(key));
+    return *value_.plain.slot.map;
 }
 
 /// What operator[] and an assignment do, at less cost, because no reference gets out. Takes a Null
 /// or a Map.
 void Message::set(std::wstring_view key, Message&& value) {
-    if (isNull()) becomeFlatMap(1);
-    value_.plain.slot.map->place(key) = std::move(value);
+    mapToExtend().place(key) = std::move(value);
 }
 
 Message& Message::operator[](std::size_t position) {
@@ -78,11 +87,12 @@ const Message& Message::at(std::string key) const {
 
 Message& Message::at(std::wstring key) {
     requireType(Type::Map);
-    return existing(value_.plain.slot.map->sharedTree(), Utf::splitSupplementary(key));
+    return existing(value_.plain.slot.map->find(key));
 }
 
 const Message& Message::at(std::wstring key) const {
-    return existing(getMap(), Utf::splitSupplementary(key));
+    requireType(Type::Map);
+    return existing(std::as_const(*value_.plain.slot.map).find(key));
 }
 
 bool Message::hasKey(const std::string& key) const {

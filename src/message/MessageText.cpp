@@ -55,13 +55,7 @@ void Message::storeUnits(std::wstring_view text) {
 /// The quick way for most. Leaves a wrong text for others to replace where it is not ASCII.
 bool Message::storeShortAscii(std::wstring_view text) noexcept {
     if (text.size() > sizeof value_.brief.bytes) return false;
-    char* const bytes = makeText(text.size());
-    std::uint32_t bits = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        bits |= static_cast<std::uint32_t>(text[i]);
-        bytes[i] = static_cast<char>(text[i]);
-    }
-    return bits < 0x80;
+    return TextBlock::tryNarrow(makeText(text.size()), text.data(), text.size());
 }
 
 /// Makes this Null a text of `size` bytes, which the caller fills in.
@@ -73,15 +67,6 @@ char* Message::makeText(std::size_t size) {
     }
     become(Type::Text, {.text = TextNode::create(size)});
     return value_.plain.slot.text->bytes();
-}
-
-/// The text of a String that is not wide.
-std::string_view Message::narrowText() const noexcept {
-    if (isShortText()) {
-        const auto base = static_cast<std::size_t>(Type::ShortText);
-        return {value_.brief.bytes, static_cast<std::size_t>(type()) - base};
-    }
-    return {value_.plain.slot.text->bytes(), value_.plain.slot.text->size};
 }
 
 /// Copies a text that owns storage into this Null.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -14,6 +15,11 @@
 namespace Korvel::TextBlock {
 
 constexpr std::size_t SIZE = 16;
+
+/// Compilers make one instruction of it.
+inline std::uint32_t swapBytes(std::uint32_t number) noexcept {
+    return number << 24 | (number & 0xFF00) << 8 | (number >> 8 & 0xFF00) | number >> 24;
+}
 
 namespace Plain {
 
@@ -31,6 +37,27 @@ inline void widen(wchar_t* units, const char* bytes) noexcept {
 
 inline void narrow(char* bytes, const wchar_t* units) noexcept {
     for (std::size_t i = 0; i < SIZE; ++i) bytes[i] = static_cast<char>(units[i]);
+}
+
+/// Narrows any number of units, and tells whether they are ASCII; if not, the bytes are no text.
+inline bool tryNarrow(char* bytes, const wchar_t* units, std::size_t size) noexcept {
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        bits |= static_cast<std::uint32_t>(units[i]);
+        bytes[i] = static_cast<char>(units[i]);
+    }
+    return bits < 0x80;
+}
+
+/// Four characters as a number, the first in its highest byte. One that is no ASCII becomes a byte
+/// that is none or a control character.
+inline std::uint32_t packFour(const wchar_t* units) noexcept {
+    std::uint32_t number = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const auto unit = static_cast<std::uint32_t>(units[i]);
+        number = number << 8 | (unit < 0x80 ? unit : 0);
+    }
+    return number;
 }
 
 /// One bit for each byte that cannot stand in a JSON string as it is, the lowest for the first.
@@ -104,6 +131,35 @@ inline void narrow(char* bytes, const wchar_t* units) noexcept {
     }
 }
 
+inline std::uint32_t packFour(const wchar_t* units) noexcept {
+    __m128i block;
+    if constexpr (sizeof(wchar_t) == 4) {
+        block = load(units);
+        block = _mm_packs_epi32(block, block);
+    } else {
+        block = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(units));
+    }
+    // What does not fit becomes 0 or 0xFF.
+    const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(block, block));
+    return swapBytes(static_cast<std::uint32_t>(bytes));
+}
+
+inline bool tryNarrow(char* bytes, const wchar_t* units, std::size_t size) noexcept {
+    constexpr std::size_t STEP = sizeof(__m128i) / sizeof(wchar_t);
+    __m128i bits = _mm_setzero_si128();
+    std::size_t done = 0;
+    for (; done + STEP <= size; done += STEP) {
+        __m128i block = load(units + done);
+        bits = _mm_or_si128(bits, block);
+        if constexpr (sizeof(wchar_t) == 4) block = _mm_packs_epi32(block, block);
+        block = _mm_packus_epi16(block, block);
+        std::memcpy(bytes + done, &block, STEP);
+    }
+    const __m128i high = sizeof(wchar_t) == 4 ? _mm_set1_epi32(~0x7F) : _mm_set1_epi16(~0x7F);
+    const bool isRestAscii = Plain::tryNarrow(bytes + done, units + done, size - done);
+    return isRestAscii && areZero(_mm_and_si128(bits, high));
+}
+
 inline unsigned escapeMask(const char* bytes) noexcept {
     const __m128i block = load(bytes);
     const __m128i isControl = _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x1F)), block);
@@ -119,9 +175,21 @@ inline unsigned otherMask(const char* bytes) noexcept {
 
 #else
 
-using namespace Plain;
+using Plain::escapeMask;
+using Plain::isAscii;
+using Plain::narrow;
+using Plain::otherMask;
+using Plain::packFour;
+using Plain::tryNarrow;
+using Plain::widen;
 
 #endif
+
+inline std::uint32_t packFour(const char* bytes) noexcept {
+    std::uint32_t number = 0;
+    std::memcpy(&number, bytes, sizeof number);
+    return std::endian::native == std::endian::little ? swapBytes(number) : number;
+}
 
 inline bool isAscii(const char* bytes) noexcept {
     return otherMask(bytes) == 0;

@@ -42,18 +42,68 @@ TEST(MessageContainers, PushBackCopiesAlsoFromItself) {
     EXPECT_EQ(list.toJson(false, ""), R"([1,"t","t","t",["t","t","t","t"]])");
 }
 
-TEST(MessageContainers, ValuesStayWhereTheyAreOnceAReferenceIsOut) {
-    Message message({{"b", 1}, {"a", "x"}});
-    const auto& map = message.getMap();
-    const Message& a = std::as_const(message).at("a");
-    Message& b = message["b"];
-    b = 4;
-    for (int i = 0; i < 100; ++i) message[std::to_string(i)];
-    EXPECT_EQ(&message.getMap(), &map);
-    EXPECT_EQ(&message["a"], &a);
-    EXPECT_EQ(&map.at(L"b"), &b);
-    EXPECT_EQ(map.at(L"b").getInteger(), 4);
-    EXPECT_EQ(map.size(), 102U);
+TEST(MessageContainers, AReferenceLeadsToItsValueWhateverBecomesOfTheMap) {
+    std::mt19937 random(20261123);
+    for (int round = 0; round < 3000; ++round) {
+        Message message({{"k1", 1}, {"listed", "x"}});
+        nlohmann::json expected = {{"k1", 1}, {"listed", "x"}};
+        std::map<std::string, Message*> references;
+        for (auto step = random() % 80; step > 0; --step) {
+            std::string key = "k" + std::to_string(random() % 40);
+            if (random() % 16 == 0) key += ", too long for an array";
+            const auto action = random() % 16;
+            if (action < 8) {
+                references[key] = &message[key];
+                ASSERT_EQ(references[key]->isNull(), !expected.contains(key)) << key;
+                *references[key] = step;
+                expected[key] = step;
+            } else if (action < 13 && !references.empty()) {
+                const auto reference = references.lower_bound(key);
+                if (reference == references.end()) continue;
+                *reference->second = std::vector<Message>{"changed", step};
+                expected[reference->first] = {"changed", step};
+            } else if (action == 13) {
+                message.at("listed") = step;
+                expected["listed"] = step;
+            } else if (action == 14) {
+                Message copy = message;
+                ASSERT_EQ(copy.toJson(false, ""), expected.dump());
+                copy["new"];
+                ASSERT_EQ(std::as_const(copy).at("k1").toJson(false, ""), expected["k1"].dump());
+            } else if (random() % 4 == 0) {
+                ASSERT_EQ(message.getMap().size(), expected.size());
+            }
+        }
+        ASSERT_EQ(message.toJson(false, ""), expected.dump());
+        for (const auto& [key, reference] : references) {
+            ASSERT_EQ(&message[key], reference) << key;
+            ASSERT_EQ(&message.at(key), reference) << key;
+            // What no map took over serves the next rounds.
+            if (round % 2 == 0) continue;
+            ASSERT_EQ(&message.getMap().at(Message::strToWstr(key)), reference) << key;
+        }
+    }
+}
+
+TEST(MessageContainers, ALiteralIsTheKeyThatItSpells) {
+    const wchar_t cut[] = {L'n', L'u', L'l', 0, L'x', 0};
+    Message message;
+    message[""] = 0;
+    message["a"] = message[cut] = 1;
+    message[L"a"].getInteger();
+    message[L"1234567"] = message["12345678"] = message[L"123456789"] = 2;
+    message["fifteen letters"] = message[L"sixteen letters!"] = 3;
+    message["\x7F"] = message[L"~ "] = 4;
+    EXPECT_EQ(message.toJson(false, ""),
+              R"({"":0,"1234567":2,"12345678":2,"123456789":2,"a":1,"fifteen letters":3,"nul":1,)"
+              "\"sixteen letters!\":3,\"~ \":4,\"\x7F\":4}");
+    Message escaped[4];
+    escaped[0]["\""];
+    escaped[1][L"a\\"];
+    escaped[2]["\x1F"];
+    escaped[3][L"\u00E9"] = escaped[3]["\xC3\xA9"];
+    EXPECT_EQ(Message(std::vector<Message>(escaped, escaped + 4)).toJson(false, ""),
+              "[{\"\\\"\":null},{\"a\\\\\":null},{\"\\u001f\":null},{\"\xC3\xA9\":null}]");
 }
 
 TEST(MessageContainers, ChangesShowInEveryReading) {
@@ -106,7 +156,8 @@ TEST(MessageContainers, KeysOfEveryKindStandInTheirOrder) {
 
 TEST(MessageContainers, ManyThreadsReadOneMap) {
     for (int round = 0; round < 50; ++round) {
-        Message message({{"k", {{"deep", 1}}}, {"t", "text"}});
+        Message message({{"k", {{"deep", 1}}}});
+        message["t"] = "text";
         const std::map<std::wstring, Message>* maps[4] = {};
         {
             std::vector<JoiningThread> threads;
@@ -119,5 +170,25 @@ TEST(MessageContainers, ManyThreadsReadOneMap) {
             }
         }
         for (const auto* map : maps) ASSERT_EQ(map, maps[0]);
+    }
+}
+
+TEST(MessageContainers, ManyThreadsMakeMaps) {
+    std::vector<JoiningThread> threads;
+    for (int i = 0; i < 24; ++i) {
+        threads.emplace_back([i] {
+            std::vector<Message> kept;
+            for (int k = 0; k < 300; ++k) {
+                Message message;
+                message["inner"]["k"] = k;
+                message["i"] = i;
+                kept.push_back(message);
+                const std::string expected =
+                    R"({"i":)" + std::to_string(i) + R"(,"inner":{"k":)" + std::to_string(k) + "}}";
+                ASSERT_EQ(kept.back().toJson(false, ""), expected);
+                if (k % 7 == 0) kept.back() = std::move(message);
+                ASSERT_EQ(kept.back().toJson(false, ""), expected);
+            }
+        });
     }
 }

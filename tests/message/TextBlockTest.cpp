@@ -18,6 +18,12 @@ TEST(TextBlock, FastFunctionsDoWhatThePlainOnesDo) {
         for (auto& unit : wide) unit = units[random() % kinds];
         ASSERT_EQ(TextBlock::escapeMask(bytes.data()), TextBlock::Plain::escapeMask(bytes.data()));
         ASSERT_EQ(TextBlock::otherMask(bytes.data()), TextBlock::Plain::otherMask(bytes.data()));
+        const auto size = random() % (TextBlock::SIZE + 1);
+        std::array<char, TextBlock::SIZE> tried = {};
+        std::array<char, TextBlock::SIZE> triedPlainly = {};
+        const bool fits = TextBlock::Plain::tryNarrow(triedPlainly.data(), wide.data(), size);
+        ASSERT_EQ(TextBlock::tryNarrow(tried.data(), wide.data(), size), fits);
+        ASSERT_TRUE(!fits || tried == triedPlainly);
         const bool isAscii = TextBlock::Plain::isAscii(wide.data());
         ASSERT_EQ(TextBlock::isAscii(wide.data()), isAscii);
         if (!isAscii) continue;
