@@ -95,20 +95,25 @@ public:
     void stopProcessing();
 
 private:
+    using Entries = std::deque<Message>;
+
     bool onWorkerThread() const noexcept;
     void collectWorker();
     void wakeWorker();
     void answerFlush();
     void processQueue() noexcept;
     void sleep(std::unique_lock<std::mutex>& queueLock, bool isIdle);
-    void deliver(std::deque<Message>& batch);
-    void handBack(std::deque<Message>& delivered);
+    void deliver(Entries& batch);
+    void handBack(Entries::iterator begin, Entries::iterator end);
     void flushSinks();
     std::unique_lock<std::mutex> lockQueue();
     std::unique_lock<std::mutex> lockSinks();
+    std::unique_lock<std::mutex> lockSinksForWorker();
 
-    /// Taken before sinksMutex_ and released once that is held: it makes the two fair, so that the
-    /// worker's next entry cannot overtake a waiting installSink or removeSink.
+    /// How many calls of installSink and removeSink wait for sinksMutex_.
+    std::atomic<unsigned> sinksWanted_ = 0;
+    /// Held by such a call until it has sinksMutex_. The worker passes through it if there are any,
+    /// so that its next entry cannot overtake them.
     std::mutex sinksTurn_;
     std::mutex sinksMutex_;
     std::vector<std::shared_ptr<Sink>> sinks_;
@@ -116,9 +121,9 @@ private:
     /// Guards what follows up to the worker.
     std::mutex queueMutex_;
     std::condition_variable queueSignal_;
-    std::deque<Message> queue_;
+    Entries queue_;
     /// Entries that every sink has seen and that are still to be destroyed.
-    std::deque<Message> delivered_;
+    Entries delivered_;
     /// The worker needs a signal to see an entry.
     bool workerSleeps_ = false;
     std::condition_variable flushSignal_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -16,6 +17,17 @@ constexpr std::chrono::milliseconds LONGEST_WAIT(50);
 constexpr std::chrono::microseconds NAP(100);
 
 const std::thread::id NO_THREAD;
+
+/// Called for every entry for which a thread has no delivered one to destroy, so that the process
+/// grows. It lets the allocator take many pages from the system at once. glibc would take them one
+/// by one for most threads, each with a system call under a lock that all threads share.
+void growAtOnce() noexcept {
+    constexpr unsigned ENTRIES = 64;
+    /// What so many entries need, about. It is less than allocators return to the system at once.
+    constexpr std::size_t SIZE = ENTRIES * std::size_t{960};
+    thread_local unsigned entries = 0;
+    if (++entries % ENTRIES == 0) ::operator delete(::operator new(SIZE, std::nothrow));
+}
 
 }  // namespace
 
@@ -53,6 +65,7 @@ bool SinkHandler::log(const std::wstring& type, Message message) {
         mustWake = std::exchange(workerSleeps_, false);
     }
     if (mustWake) queueSignal_.notify_all();
+    if (delivered.isNull()) growAtOnce();
     return true;
 }
 
@@ -147,7 +160,7 @@ void SinkHandler::processQueue() noexcept {
     // The starter stores the same id, but perhaps not before the first delivery.
     workerId_ = std::this_thread::get_id();
     try {
-        std::deque<Message> batch;
+        Entries batch;
         bool isIdle = true;
         while (running_) {
             std::unique_lock<std::mutex> queueLock(queueMutex_);
@@ -189,35 +202,43 @@ void SinkHandler::sleep(std::unique_lock<std::mutex>& queueLock, bool isIdle) {
     workerSleeps_ = false;
 }
 
-void SinkHandler::deliver(std::deque<Message>& batch) {
-    constexpr std::size_t GROUP = 64;
-    std::deque<Message> delivered;
-    while (!batch.empty()) {
+void SinkHandler::deliver(Entries& batch) {
+    constexpr std::ptrdiff_t GROUP = 64;
+    auto delivered = batch.begin();
+    for (auto entry = batch.begin(); entry != batch.end();) {
+        const Message& current = *entry++;
+        // The thread that logged it wrote it on another processor.
+        if (entry != batch.end()) entry->prefetch();
         {
-            const auto guard = lockSinks();
-            for (const auto& sink : sinks_) sink->append(batch.front());
+            const auto sinksLock = lockSinksForWorker();
+            for (const auto& sink : sinks_) sink->append(current);
         }
-        delivered.emplace_back() = std::move(batch.front());
-        batch.pop_front();
-        if (batch.empty() || delivered.size() == GROUP) handBack(delivered);
+        if (entry == batch.end() || entry - delivered == GROUP) {
+            handBack(delivered, entry);
+            delivered = entry;
+        }
     }
+    batch.clear();
 }
 
 /// Leaves delivered entries to the threads that log, each of which destroys one for one that it
 /// adds. What is more than they need soon, and what they leave, the worker destroys.
-void SinkHandler::handBack(std::deque<Message>& delivered) {
+void SinkHandler::handBack(Entries::iterator begin, Entries::iterator end) {
     constexpr std::size_t MOST = 1024;
     {
         const auto queueLock = lockQueue();
         if (delivered_.size() < MOST) {
-            for (Message& entry : delivered) delivered_.emplace_back() = std::move(entry);
+            for (auto entry = begin; entry != end; ++entry) {
+                delivered_.emplace_back() = std::move(*entry);
+            }
+            return;
         }
     }
-    delivered.clear();
+    for (auto entry = begin; entry != end; ++entry) *entry = Message();
 }
 
 void SinkHandler::flushSinks() {
-    const auto guard = lockSinks();
+    const auto guard = lockSinksForWorker();
     for (const auto& sink : sinks_) sink->flush();
 }
 
@@ -232,7 +253,17 @@ std::unique_lock<std::mutex> SinkHandler::lockQueue() {
 }
 
 std::unique_lock<std::mutex> SinkHandler::lockSinks() {
+    ++sinksWanted_;
     const std::lock_guard<std::mutex> turn(sinksTurn_);
+    std::unique_lock<std::mutex> sinksLock(sinksMutex_);
+    --sinksWanted_;
+    return sinksLock;
+}
+
+std::unique_lock<std::mutex> SinkHandler::lockSinksForWorker() {
+    if (sinksWanted_ > 0) {
+        const std::lock_guard<std::mutex> turn(sinksTurn_);
+    }
     return std::unique_lock<std::mutex>(sinksMutex_);
 }
 
