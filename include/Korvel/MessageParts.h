@@ -9,7 +9,8 @@
 #include <type_traits>
 #include <utility>
 
-/// Whether the compiler knows the value, so that it costs nothing to look at.
+/// Whether the compiler knows the value, so that it costs nothing to look at, and for functions
+/// that it must look into for that.
 #ifdef __GNUC__
 #define KORVEL_IS_CONSTANT(value) __builtin_constant_p(value)
 #define KORVEL_INLINE __attribute__((always_inline)) inline

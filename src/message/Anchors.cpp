@@ -56,14 +56,8 @@ void Anchors::GiveBack::operator()(Anchors* anchors) const noexcept {
     }
     for (std::size_t i = 0; i < anchors->used_; ++i) *anchors->values_[i] = Message();
     anchors->used_ = 0;
-    anchors->height_ = 1;
     auto& list = listOfThisThread();
-    Anchors* first = nullptr;
-    if (list.compare_exchange_strong(first, anchors, std::memory_order_release,
-                                     std::memory_order_relaxed)) {
-        return;
-    }
-    first = list.exchange(nullptr, std::memory_order_acquire);
+    Anchors* const first = list.exchange(nullptr, std::memory_order_acquire);
     const std::size_t height = first == nullptr ? 0 : first->height_;
     if (height == MOST_KEPT) {
         delete anchors;

@@ -32,22 +32,13 @@ public:
         const std::size_t size = text.size();
         if (size > CAPACITY) return std::nullopt;
         const Unit* const begin = text.data();
-        const Unit* const end = begin + size;
         FlatKey key;
-        bool isSpecial = false;
-        if (size > 8) {
-            key.head_ = packEight(begin);
-            key.tail_ = packEight(end - 8) << (8 * (16 - size));
-            isSpecial = hasSpecial(key.head_) || hasSpecial(key.tail_ | SPACES >> (8 * (size - 8)));
-        } else if (size == 8) {
-            key.head_ = packEight(begin);
-            isSpecial = hasSpecial(key.head_);
-        } else {
-            key.head_ = packUpToSeven(begin, size);
-            isSpecial = hasSpecial(key.head_ | SPACES >> (8 * size));
+        key.head_ = size < 8 ? packUpToSeven(begin, size) : packEight(begin);
+        if (size > 8) key.tail_ = packEight(begin + size - 8) << (8 * (16 - size));
+        if (hasSpecial(key.head_, size) || (size > 8 && hasSpecial(key.tail_, size - 8))) {
+            return std::nullopt;
         }
         key.tail_ |= size;
-        if (isSpecial) return std::nullopt;
         return key;
     }
 
@@ -75,8 +66,6 @@ public:
     }
 
 private:
-    static constexpr std::uint64_t SPACES = 0x2020202020202020;
-
     template <class Unit>
     static std::uint64_t packEight(const Unit* units) noexcept {
         return std::uint64_t{TextBlock::packFour(units)} << 32 | TextBlock::packFour(units + 4);
@@ -99,11 +88,12 @@ private:
         return value < 0x80 ? value : 0;
     }
 
-    /// Whether a byte of the number is no ASCII or is what JSON escapes. A subtraction sets the
-    /// highest bit of the byte in question, and can set that of others only besides.
-    static bool hasSpecial(std::uint64_t number) noexcept {
+    /// Whether one of the first `count` bytes is no ASCII or is what JSON escapes. A subtraction
+    /// sets the highest bit of such a byte, and then perhaps that of others.
+    static bool hasSpecial(std::uint64_t number, std::size_t count) noexcept {
         constexpr std::uint64_t ONES = 0x0101010101010101;
-        const std::uint64_t isControl = number - 0x20 * ONES;
+        if (count < 8) number |= (' ' * ONES) >> (8 * count);
+        const std::uint64_t isControl = number - ' ' * ONES;
         const std::uint64_t isQuote = (number ^ '"' * ONES) - ONES;
         const std::uint64_t isBackslash = (number ^ '\\' * ONES) - ONES;
         return ((number | isControl | isQuote | isBackslash) & 0x80 * ONES) != 0;

@@ -55,17 +55,7 @@ char* write(char* out, std::int64_t value) noexcept {
         position -= 4;
         writeFour(position, static_cast<std::uint32_t>(magnitude % 10000));
     }
-    auto rest = static_cast<std::uint32_t>(magnitude);
-    if (rest >= 100) {
-        position -= 2;
-        writePair(position, rest % 100);
-        rest /= 100;
-    }
-    if (rest >= 10) {
-        writePair(out, rest);
-    } else {
-        *out = static_cast<char>('0' + rest);
-    }
+    writePadded(out, static_cast<unsigned>(magnitude), static_cast<unsigned>(position - out));
     return end;
 }
 

@@ -56,13 +56,21 @@ MapNode::~MapNode() {
     for (Entry& entry : entries()) entry.value = Message();
 }
 
+void MapNode::prefetch() const noexcept {
+#ifdef __GNUC__
+    constexpr std::size_t LINE = 64;
+    constexpr std::size_t USUAL_SIZE = sizeof(MapNode) + (8 + SPARE) * sizeof(Entry);
+    const char* const begin = reinterpret_cast<const char*>(this);
+    for (std::size_t i = 0; i < USUAL_SIZE; i += LINE) __builtin_prefetch(begin + i);
+#endif
+}
+
 std::size_t MapNode::size() const noexcept {
     return isFlat_ ? size_ : tree_.load()->size();
 }
 
 bool MapNode::contains(std::wstring_view key) const {
-    if (isFlat_) return findFlat(key) != nullptr;
-    return tree().contains(Utf::splitSupplementary(key));
+    return isFlat_ ? findFlat(key) != nullptr : find(key) != nullptr;
 }
 
 const Message* MapNode::find(std::wstring_view key) const {

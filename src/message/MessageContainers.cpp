@@ -67,6 +67,10 @@ void Message::set(std::wstring_view key, Message&& value) {
     mapToExtend().place(key) = std::move(value);
 }
 
+void Message::prefetch() const noexcept {
+    if (isMap()) value_.plain.slot.map->prefetch();
+}
+
 Message& Message::operator[](std::size_t position) {
     requireType(Type::Vector);
     return value_.plain.slot.vector->elements[position];

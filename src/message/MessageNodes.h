@@ -60,6 +60,9 @@ public:
     MapNode(const MapNode&) = delete;
     MapNode& operator=(const MapNode&) = delete;
 
+    /// Begins to fetch what most Maps have into the cache of this processor.
+    void prefetch() const noexcept;
+
     bool isFlat() const noexcept { return isFlat_; }
     std::span<const Entry> flat() const noexcept { return {entries_, size_}; }
     std::size_t size() const noexcept;

@@ -73,17 +73,6 @@ void Message::reset() noexcept {
     become(Type::Null, {});
 }
 
-/// Begins to fetch a Map into the cache of this processor.
-void Message::prefetch() const noexcept {
-#ifdef __GNUC__
-    constexpr std::size_t LINE = 64;
-    constexpr std::size_t USUAL_SIZE = 7 * LINE;
-    if (!isMap()) return;
-    const char* const node = reinterpret_cast<const char*>(value_.plain.slot.map);
-    for (std::size_t i = 0; i < USUAL_SIZE; i += LINE) __builtin_prefetch(node + i);
-#endif
-}
-
 void Message::destroyContainer() noexcept {
     const Descent descent;
     if (descent.isTooDeep()) {

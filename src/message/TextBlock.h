@@ -10,8 +10,9 @@
 #include <emmintrin.h>
 #endif
 
-/// What the conversions and the escaping do to sixteen bytes or units of text at a time. Plain is
-/// for every processor; where there is SSE2, the same functions stand outside it once more.
+/// What conversions, escaping and keys do to several bytes or units of text at once, most often to
+/// sixteen. Plain is for every processor; where there is SSE2, the same functions stand outside it
+/// once more.
 namespace Korvel::TextBlock {
 
 constexpr std::size_t SIZE = 16;

@@ -65,7 +65,7 @@ char* encodeShort(char* bytes, std::uint32_t unit) {
 /// The units from `position` up to `limit`, and the second of a pair that begins there. Writes only
 /// what belongs to the text, which may have an exact place.
 char* encodeUpTo(std::size_t limit, char* bytes, std::wstring_view text, std::size_t& position) {
-    const std::size_t last = text.size() - 1;
+    const std::size_t last = text.size() - 1;  // Behind which encodeShort must not write.
     std::size_t next = position;
     while (next < limit) {
         for (; limit - next >= TextBlock::SIZE; next += TextBlock::SIZE, bytes += TextBlock::SIZE) {

@@ -19,11 +19,11 @@ constexpr std::chrono::microseconds NAP(100);
 const std::thread::id NO_THREAD;
 
 /// Called for every entry for which a thread has no delivered one to destroy, so that the process
-/// grows. It lets the allocator take many pages from the system at once. glibc would take them one
-/// by one for most threads, each with a system call under a lock that all threads share.
+/// may grow. It lets the allocator take many pages from the system at once. glibc would take them
+/// one by one for most threads, each with a system call under a lock that all threads share.
 void growAtOnce() noexcept {
     constexpr unsigned ENTRIES = 64;
-    /// What so many entries need, about. It is less than allocators return to the system at once.
+    // About what so many entries need, and little enough for glibc to keep it once it is freed.
     constexpr std::size_t SIZE = ENTRIES * std::size_t{960};
     thread_local unsigned entries = 0;
     if (++entries % ENTRIES == 0) ::operator delete(::operator new(SIZE, std::nothrow));

@@ -90,7 +90,7 @@ TEST(MessageContainers, ALiteralIsTheKeyThatItSpells) {
     Message message;
     message[""] = 0;
     message["a"] = message[cut] = 1;
-    message[L"a"].getInteger();
+    EXPECT_EQ(message[L"a"].getInteger(), 1);
     message[L"1234567"] = message["12345678"] = message[L"123456789"] = 2;
     message["fifteen letters"] = message[L"sixteen letters!"] = 3;
     message["\x7F"] = message[L"~ "] = 4;

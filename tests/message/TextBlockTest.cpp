@@ -27,6 +27,7 @@ TEST(TextBlock, FastFunctionsDoWhatThePlainOnesDo) {
         const bool isAscii = TextBlock::Plain::isAscii(wide.data());
         ASSERT_EQ(TextBlock::isAscii(wide.data()), isAscii);
         if (!isAscii) continue;
+        ASSERT_EQ(TextBlock::packFour(wide.data()), TextBlock::Plain::packFour(wide.data()));
         std::array<char, TextBlock::SIZE> narrowed = {};
         std::array<char, TextBlock::SIZE> narrowedPlainly = {};
         TextBlock::narrow(narrowed.data(), wide.data());
