@@ -1,7 +1,9 @@
 #pragma once
 
 #include <Korvel/Export.h>
-#include <Korvel/MessageParts.h>
+#include <Korvel/detail/MessageArguments.h>
+#include <Korvel/detail/MessageValue.h>
+#include <Korvel/detail/PackedKey.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -212,11 +214,9 @@ public:
 
 private:
     friend class Anchors;
-    friend class Extender;
     friend class JsonWriter;
-    friend class Logger;
     friend class MapNode;
-    friend class SinkHandler;
+    friend class MessageAccess;
 
     using Type = Detail::Type;
     using Slot = Detail::Slot;
@@ -255,7 +255,6 @@ private:
     void becomeVector(std::vector<Message> elements);
     void becomeMap(std::map<std::wstring, Message> entries);
     MapNode& becomeFlatMap(std::size_t size);
-    void set(std::wstring_view key, Message&& value);
     void storeUnits(std::wstring_view text);
     bool storeShortAscii(std::wstring_view text) noexcept;
     char* makeText(std::size_t size);
@@ -285,7 +284,6 @@ private:
     Message& element(std::wstring_view key);
     MapNode& mapToExtend();
     void reset() noexcept;
-    void prefetch() const noexcept;
 
     Value value_;
 };

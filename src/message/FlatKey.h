@@ -1,8 +1,8 @@
 #pragma once
 
-#include "message/TextBlock.h"
+#include "message/text/TextBlock.h"
 
-#include <Korvel/MessageParts.h>
+#include <Korvel/detail/PackedKey.h>
 
 #include <bit>
 #include <cstddef>

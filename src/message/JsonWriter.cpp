@@ -1,10 +1,10 @@
 #include "message/JsonWriter.h"
 
-#include "message/DoubleText.h"
-#include "message/IntegerText.h"
-#include "message/JsonEscape.h"
+#include "message/text/DoubleText.h"
+#include "message/text/IntegerText.h"
+#include "message/text/JsonEscape.h"
 #include "message/MessageNodes.h"
-#include "message/TextBlock.h"
+#include "message/text/TextBlock.h"
 
 #include <cstring>
 #include <locale>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "message/TextBuffer.h"
+#include "message/text/TextBuffer.h"
 
 #include <Korvel/Message.h>
 

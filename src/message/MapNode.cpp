@@ -1,5 +1,5 @@
 #include "message/MessageNodes.h"
-#include "message/Utf.h"
+#include "message/text/Utf.h"
 
 #include <algorithm>
 #include <memory>

@@ -2,8 +2,8 @@
 
 #include "message/JsonWriter.h"
 #include "message/MessageNodes.h"
-#include "message/TextBuffer.h"
-#include "message/Utf.h"
+#include "message/text/TextBuffer.h"
+#include "message/text/Utf.h"
 
 #include <Korvel/WrongTypeException.h>
 

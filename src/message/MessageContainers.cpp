@@ -1,7 +1,7 @@
 // What a Message offers as a list and as a map.
 
 #include "message/MessageNodes.h"
-#include "message/Utf.h"
+#include "message/text/Utf.h"
 
 #include <stdexcept>
 #include <utility>
@@ -59,16 +59,6 @@ MapNode& Message::mapToExtend() {
     if (isNull()) return becomeFlatMap(USUAL_SIZE);
     requireType(Type::Map);
     return *value_.plain.slot.map;
-}
-
-/// What operator[] and an assignment do, at less cost, because no reference gets out. Takes a Null
-/// or a Map.
-void Message::set(std::wstring_view key, Message&& value) {
-    mapToExtend().place(key) = std::move(value);
-}
-
-void Message::prefetch() const noexcept {
-    if (isMap()) value_.plain.slot.map->prefetch();
 }
 
 Message& Message::operator[](std::size_t position) {

@@ -2,8 +2,8 @@
 // units, so every text that UTF-8 can tell is kept in UTF-8.
 
 #include "message/MessageNodes.h"
-#include "message/TextBlock.h"
-#include "message/Utf.h"
+#include "message/text/TextBlock.h"
+#include "message/text/Utf.h"
 
 #include <Korvel/WrongTypeException.h>
 

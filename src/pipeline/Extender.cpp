@@ -1,5 +1,7 @@
 #include <Korvel/Extender.h>
 
+#include "message/MessageAccess.h"
+
 #include <Korvel/WrongKeyException.h>
 
 namespace Korvel {
@@ -15,8 +17,8 @@ Extender::~Extender() = default;
 bool Extender::log(const std::wstring& type, Message message) {
     wrapPayload(message);
     Message value = getter_(message);
-    message.set(key_, std::move(value));
-    return logger_->log(type, Message(Message::TakeOver(), message));
+    MessageAccess::set(message, key_, std::move(value));
+    return logger_->log(type, MessageAccess::takeOver(message));
 }
 
 void Extender::flush() {

@@ -1,6 +1,6 @@
 #include "pipeline/Iso8601.h"
 
-#include "message/IntegerText.h"
+#include "message/text/IntegerText.h"
 
 #include <Korvel/Functions.h>
 

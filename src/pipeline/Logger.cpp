@@ -1,17 +1,19 @@
 #include <Korvel/Logger.h>
 
+#include "message/MessageAccess.h"
+
 namespace Korvel {
 
 Logger::~Logger() = default;
 
 bool Logger::log(const std::string& type, Message message) {
-    return log(Message::strToWstr(type), Message(Message::TakeOver(), message));
+    return log(Message::strToWstr(type), MessageAccess::takeOver(message));
 }
 
 void Logger::wrapPayload(Message& message) {
     if (message.isMap() || message.isNull()) return;
     Message wrapped;
-    wrapped.set(L"messageData", std::move(message));
+    MessageAccess::set(wrapped, L"messageData", std::move(message));
     message = std::move(wrapped);
 }
 

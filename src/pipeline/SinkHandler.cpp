@@ -1,5 +1,7 @@
 #include <Korvel/SinkHandler.h>
 
+#include "message/MessageAccess.h"
+
 #include <algorithm>
 #include <chrono>
 #include <new>
@@ -50,7 +52,7 @@ bool SinkHandler::log(const std::wstring& type, Message message) {
         throw std::logic_error("Calling log() from inside the logger thread is forbidden");
     }
     wrapPayload(message);
-    message.set(L"message", Message(type));
+    MessageAccess::set(message, L"message", Message(type));
     bool mustWake = false;
     // Destroyed here, without a lock: what this thread frees it allocates again for its next entry,
     // while memory that the worker freed would come back through the allocator's own lock.
@@ -208,7 +210,7 @@ void SinkHandler::deliver(Entries& batch) {
     for (auto entry = batch.begin(); entry != batch.end();) {
         const Message& current = *entry++;
         // The thread that logged it wrote it on another processor.
-        if (entry != batch.end()) entry->prefetch();
+        if (entry != batch.end()) MessageAccess::prefetch(*entry);
         {
             const auto sinksLock = lockSinksForWorker();
             for (const auto& sink : sinks_) sink->append(current);

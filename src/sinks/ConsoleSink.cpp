@@ -1,6 +1,6 @@
 #include <Korvel/ConsoleSink.h>
 
-#include "message/Utf.h"
+#include "message/text/Utf.h"
 
 #include <algorithm>
 #include <iostream>

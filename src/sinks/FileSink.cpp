@@ -1,8 +1,8 @@
 #include <Korvel/FileSink.h>
 
 #include "message/JsonWriter.h"
-#include "message/TextBuffer.h"
-#include "message/Utf.h"
+#include "message/text/TextBuffer.h"
+#include "message/text/Utf.h"
 #include "sinks/OutputFile.h"
 
 namespace Korvel {

@@ -1,4 +1,4 @@
-#include "message/IntegerText.h"
+#include "message/text/IntegerText.h"
 
 #include <array>
 #include <bit>

@@ -1,7 +1,7 @@
-#include "message/JsonEscape.h"
+#include "message/text/JsonEscape.h"
 
-#include "message/TextBlock.h"
-#include "message/Utf.h"
+#include "message/text/TextBlock.h"
+#include "message/text/Utf.h"
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
-#include "message/Utf.h"
+#include "message/text/Utf.h"
 
-#include "message/TextBlock.h"
-#include "message/UtfUnits.h"
+#include "message/text/TextBlock.h"
+#include "message/text/UtfUnits.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "message/TextBlock.h"
+#include "message/text/TextBlock.h"
 
 #include "support/Test.h"
 

@@ -1,6 +1,6 @@
-#include "message/DoubleText.h"
+#include "message/text/DoubleText.h"
 
-#include "message/IntegerText.h"
+#include "message/text/IntegerText.h"
 
 #include <array>
 #include <bit>
