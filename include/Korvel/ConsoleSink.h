@@ -5,6 +5,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Korvel {
@@ -17,7 +18,7 @@ namespace Korvel {
 /// escapes. Everything is UTF-8, and the stream is flushed after every block.
 ///
 /// Errors: a message that is not a Map throws WrongTypeException and writes nothing. Text that
-/// cannot be converted throws `std::range_error`; the whole lines before it stay on the stream,
+/// cannot be converted throws `std::range_error`; the whole lines before it are on the stream,
 /// without the closing empty line. A stream in a failed state is silent, unless the application has
 /// enabled its exceptions.
 ///
@@ -39,8 +40,8 @@ public:
     void append(const Message& message) override;
 
 private:
-    bool isListed(const std::wstring& key) const;
-    void writeLine(const std::wstring& key, const Message& value);
+    bool isListed(std::wstring_view key) const;
+    void write(std::string_view text);
 
     std::vector<std::wstring> keys_;
     std::ostream& stream_;

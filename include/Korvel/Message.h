@@ -3,12 +3,12 @@
 #include <Korvel/Export.h>
 #include <Korvel/detail/MessageArguments.h>
 #include <Korvel/detail/MessageValue.h>
-#include <Korvel/detail/PackedKey.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -45,9 +45,6 @@ namespace Korvel {
 ///
 /// Threads: different objects may be used on different threads, and none waits for another. One
 /// object must not be changed while another thread reads it.
-///
-/// Memory: of what operator[] with a key allocates, the library keeps a part for later Maps when a
-/// Map ends: that of up to 1,024 Maps in a process, of sixteen values each.
 class KORVEL_API Message {
 public:
     /// A Null.
@@ -56,15 +53,17 @@ public:
     /// A Boolean, of `bool` alone: nothing else turns into a truth value.
     template <class T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
     Message(T value) noexcept : value_{{Type::Boolean, {}}} {
-        value_.plain.slot.boolean = value;
+        value_.plain.payload.boolean = value;
     }
 
     Message(std::int64_t value) noexcept : value_{{Type::Integer, {}}} {
-        value_.plain.slot.integer = value;
+        value_.plain.payload.integer = value;
     }
     /// A Double: the float widened, so 0.1f reads back as 0.10000000149011612.
     Message(float value) noexcept : Message(static_cast<double>(value)) {}
-    Message(double value) noexcept : value_{{Type::Double, {}}} { value_.plain.slot.real = value; }
+    Message(double value) noexcept : value_{{Type::Double, {}}} {
+        value_.plain.payload.real = value;
+    }
 
     /// Every other standard integer type gives an Integer too, `signed char` and `unsigned char`
     /// included. An unsigned value above 9223372036854775807 has no Integer: it throws
@@ -116,13 +115,16 @@ public:
     Message& operator=(Message&& source) noexcept {
         // Taken out first: the source may be a part of the tree that goes.
         const Value taken = source.take();
-        if (ownsStorage()) reset();
-        value_ = taken;
+        if (value_.isSelfContained()) {
+            value_ = taken;
+        } else {
+            replace(taken);
+        }
         return *this;
     }
 
     ~Message() {
-        if (ownsStorage()) reset();
+        if (!value_.isSelfContained()) reset();
     }
 
     bool isNull() const noexcept;
@@ -140,24 +142,33 @@ public:
     std::wstring getWstring() const;
     /// The text as UTF-8, converted anew on every call.
     std::string getString() const;
-    /// The containers, valid as long as this Message holds them. A Map makes its map at the first
-    /// call.
+    /// The containers, valid as long as this Message holds them.
+    ///
+    /// A Map makes the `std::map` at the first call, with an entry that shows each of its values.
+    /// Later insertions and changes show in it, too. It costs far more than at, hasKey and forEach,
+    /// which need no such map. A value has one address for operator[] and at, and may have another
+    /// one in the `std::map`.
     const std::map<std::wstring, Message>& getMap() const;
     const std::vector<Message>& getVector() const;
 
     /// The value at `key` of a Map, inserted as Null if it is absent; a Null becomes an empty Map
     /// first. Throws WrongTypeException on any other type. The reference stays good as long as the
     /// Map lives.
-    Message& operator[](const std::string& key);
-    Message& operator[](const std::wstring& key);
+    ///
+    /// Literals and views, here and below, need no temporary string.
+    Message& operator[](const std::string& key) { return element(std::string_view(key)); }
+    Message& operator[](const std::wstring& key) { return element(std::wstring_view(key)); }
     template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
-    KORVEL_INLINE Message& operator[](const T& key) {
-        return literalElement<std::string_view>(key);
+    Message& operator[](const T& key) {
+        return element(std::string_view(key));
     }
     template <class T, std::enable_if_t<Detail::isKey<T, wchar_t>, int> = 0>
-    KORVEL_INLINE Message& operator[](const T& key) {
-        return literalElement<std::wstring_view>(key);
+    Message& operator[](const T& key) {
+        return element(std::wstring_view(key));
     }
+    /// A const Message inserts nothing, so it has no such operator: use at.
+    template <class T, std::enable_if_t<Detail::isAnyKey<T>, int> = 0>
+    const Message& operator[](const T& useAtInstead) const = delete;
 
     /// The element at `position` of a Vector. The position is not checked: it must be below size().
     /// The reference ends with the next push_back.
@@ -169,18 +180,51 @@ public:
     void operator[](T position) const = delete;
 
     /// The value at `key` of a Map. Inserts nothing: an absent key throws `std::out_of_range`
-    /// "invalid map<K, T> key".
-    Message& at(std::string key);
-    const Message& at(std::string key) const;
-    Message& at(std::wstring key);
-    const Message& at(std::wstring key) const;
+    /// "invalid map<K, T> key". The reference stays good as long as the Map lives.
+    const Message& at(const std::string& key) const {
+        return Detail::required(find(std::string_view(key)));
+    }
+    const Message& at(const std::wstring& key) const {
+        return Detail::required(find(std::wstring_view(key)));
+    }
+    template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
+    const Message& at(const T& key) const {
+        return Detail::required(find(std::string_view(key)));
+    }
+    template <class T, std::enable_if_t<Detail::isKey<T, wchar_t>, int> = 0>
+    const Message& at(const T& key) const {
+        return Detail::required(find(std::wstring_view(key)));
+    }
+    template <class T, std::enable_if_t<Detail::isAnyKey<T>, int> = 0>
+    Message& at(const T& key) {
+        return const_cast<Message&>(static_cast<const Message&>(*this).at(key));
+    }
 
     /// Whether a Map holds `key`. Throws WrongTypeException on any other type, also on a Null.
-    bool hasKey(const std::string& key) const;
-    bool hasKey(const std::wstring& key) const;
+    bool hasKey(const std::string& key) const { return find(std::string_view(key)) != nullptr; }
+    bool hasKey(const std::wstring& key) const { return find(std::wstring_view(key)) != nullptr; }
+    template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
+    bool hasKey(const T& key) const {
+        return find(std::string_view(key)) != nullptr;
+    }
+    template <class T, std::enable_if_t<Detail::isKey<T, wchar_t>, int> = 0>
+    bool hasKey(const T& key) const {
+        return find(std::wstring_view(key)) != nullptr;
+    }
+
+    /// Calls `action(std::wstring_view key, const Message& value)` for each entry of a Map, in the
+    /// order of keys. Allocates nothing of its own. The key is good for the length of the call, and
+    /// `action` must not change this Message. What it throws passes out.
+    template <class Action>
+    void forEach(Action&& action) const {
+        const auto call = [](void* target, std::wstring_view key, const Message& value) {
+            (*static_cast<std::remove_reference_t<Action>*>(target))(key, value);
+        };
+        visit(call, const_cast<void*>(static_cast<const void*>(std::addressof(action))));
+    }
 
     /// The number of elements or entries; 0 for a Null and 1 for any scalar. Never throws.
-    std::size_t size();
+    std::size_t size() const;
 
     /// Appends a deep copy to a Vector; the argument stays as it is and may be this Message or a
     /// value inside it. A Null does not become a Vector: it throws like every other type.
@@ -213,77 +257,33 @@ public:
     static std::string wstrToStr(const std::wstring& text);
 
 private:
-    friend class Anchors;
-    friend class JsonWriter;
-    friend class MapNode;
     friend class MessageAccess;
 
     using Type = Detail::Type;
-    using Slot = Detail::Slot;
     using Value = Detail::Value;
-    struct Teardown;
     struct TakeOver {};
     struct Whole {};
-    using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
+    using Visitor = void (*)(void* target, std::wstring_view key, const Message& value);
 
-    /// The one construction that transfers; for the library's own hand-over of an entry.
+    /// The one construction that transfers.
     Message(TakeOver, Message& source) noexcept : value_(source.take()) {}
     Message(std::wstring_view text, Whole);
 
-    Type type() const noexcept { return value_.plain.type; }
-    bool isShortText() const noexcept { return type() >= Type::ShortText && type() < Type::Text; }
-    /// The sixteen bytes of a short text: the type, and the text with zeros behind it.
-    const char* shortBlock() const noexcept { return reinterpret_cast<const char*>(&value_.brief); }
-    bool ownsStorage() const noexcept { return type() >= Type::Text; }
-    bool isContainer() const noexcept { return type() >= Type::Vector; }
-    /// Only what the library itself reads can be one, and the value that it shows never is.
-    bool isStandIn() const noexcept { return type() == Type::StandIn; }
-    const Message& shown() const noexcept { return isStandIn() ? *value_.plain.slot.shown : *this; }
-    Message& shown() noexcept { return isStandIn() ? *value_.plain.slot.shown : *this; }
     /// The value, with what it owns: a text or a container leaves a Null, a scalar stays here.
     Value take() noexcept {
+        if (value_.type() == Type::Alias) return value_.plain.payload.target->take();
         const Value taken = value_;
-        if (type() >= Type::ShortText) value_.plain = {Type::Null, {}};
+        if (taken.type() >= Type::ShortText) value_.plain = {Type::Null, {}};
         return taken;
     }
+    void replace(const Value& taken) noexcept;
+    void reset() noexcept;
 
-    void requireType(Type wanted) const;
-    void become(Type newType, Slot slot) noexcept {
-        value_.plain.type = newType;
-        value_.plain.slot = slot;
-    }
-    void becomeVector(std::vector<Message> elements);
-    void becomeMap(std::map<std::wstring, Message> entries);
-    MapNode& becomeFlatMap(std::size_t size);
-    void storeUnits(std::wstring_view text);
-    bool storeShortAscii(std::wstring_view text) noexcept;
-    char* makeText(std::size_t size);
-    std::string_view narrowText() const noexcept;
-    const std::wstring& wideText() const noexcept { return *value_.plain.slot.wideText; }
-    void copyText(const Message& source);
-    void copyFrom(const Message& source);
-    void copyDeep(const Message& source);
-    void beginCopy(const Message& source, OpenCopies& open);
-    void copyChildren(const Message& source, OpenCopies& open);
-    void destroyContainer() noexcept;
-    /// The value at a key that may be a literal, which is packed when the program is compiled.
-    template <class View, class T>
-    KORVEL_INLINE Message& literalElement(const T& key) {
-        if constexpr (Detail::isShortArray<T>) {
-            if (KORVEL_IS_CONSTANT(key[0])) {
-                const Detail::PackedKey packed = Detail::pack(key);
-                if (KORVEL_IS_CONSTANT(packed.tail) && packed.tail != 0) {
-                    return element(packed.head, packed.tail);
-                }
-            }
-        }
-        return element(View(key));
-    }
-    Message& element(std::uint64_t head, std::uint64_t tail);
     Message& element(std::string_view key);
     Message& element(std::wstring_view key);
-    MapNode& mapToExtend();
-    void reset() noexcept;
+    const Message* find(std::string_view key) const;
+    const Message* find(std::wstring_view key) const;
+    void visit(Visitor visitor, void* target) const;
 
     Value value_;
 };

@@ -1,9 +1,10 @@
 #include "message/JsonWriter.h"
 
+#include "message/MessageText.h"
+#include "message/VectorNode.h"
 #include "message/text/DoubleText.h"
 #include "message/text/IntegerText.h"
 #include "message/text/JsonEscape.h"
-#include "message/MessageNodes.h"
 #include "message/text/TextBlock.h"
 
 #include <cstring>
@@ -12,12 +13,22 @@
 namespace Korvel {
 namespace {
 
+using Detail::Type;
+using Detail::Value;
+
 constexpr std::string_view STEP = "  ";
 /// A long text is written in pieces, because the room for its worst case is six times its size.
 constexpr std::size_t PIECE = 4096;
-/// For what stands around a child beside its indentation, and for a child that is a number or a
-/// short text.
+/// For a child that is a number or a short text, with its key if that is short, and what surrounds
+/// them except indentation.
 constexpr std::size_t ROOM_FOR_CHILD = 128;
+/// Comma, line feed, quotes of the key, colon, space.
+constexpr std::size_t MAX_PUNCTUATION = 8;
+
+static_assert(JsonEscape::roomFor(Detail::Short::CAPACITY) + TextBlock::SIZE + MAX_PUNCTUATION <=
+              ROOM_FOR_CHILD);
+static_assert(IntegerText::MAX_SIZE + TextBlock::SIZE + MAX_PUNCTUATION <= ROOM_FOR_CHILD);
+static_assert(DoubleText::MAX_SIZE + TextBlock::SIZE + MAX_PUNCTUATION <= ROOM_FOR_CHILD);
 
 char* put(char* out, std::string_view piece) {
     std::memcpy(out, piece.data(), piece.size());
@@ -38,7 +49,79 @@ char* putQuoted(char* out, Text text) {
     return out + 1;
 }
 
+char* putColon(char* out, bool pretty) {
+    return put(out, pretty ? ": " : ":");
+}
+
+char* putShortText(char* out, const Value& value) {
+    const std::string_view text = MessageText::shortText(value);
+    const unsigned escapes = TextBlock::escapeMask(MessageText::shortBlock(value)) >> 1;
+    if ((escapes & TextBlock::maskOf(text.size())) != 0) return putQuoted(out, text);
+    *out = '"';
+    std::memcpy(out + 1, value.brief.bytes, sizeof value.brief.bytes);
+    out += 1 + text.size();
+    *out = '"';
+    return out + 1;
+}
+
+bool isContainer(const Message& message) {
+    return MessageAccess::type(message) >= Type::Vector;
+}
+
 }  // namespace
+
+// The children of each kind of container, from the first one that is not yet written.
+
+struct JsonWriter::Elements {
+    static constexpr char CLOSING = ']';
+
+    explicit Elements(const Level& level)
+        : elements(level.container->getVector()), position(level.position) {}
+    bool atBegin() const { return position == 0; }
+    bool atEnd() const { return position == elements.size(); }
+    std::size_t roomForKey() const { return 0; }
+    char* putKey(char* out, bool) const { return out; }
+    const Message& next() { return elements[position++]; }
+    void store(Level& level) const { level.position = position; }
+
+    const std::vector<Message>& elements;
+    std::size_t position;
+};
+
+struct JsonWriter::Slots {
+    static constexpr char CLOSING = '}';
+
+    Slots(const Level& level, const MapNode& node) : map(node), position(level.position) {}
+    bool atBegin() const { return position == 0; }
+    bool atEnd() const { return position == map.size(); }
+    std::size_t roomForKey() const { return 0; }
+    char* putKey(char* out, bool pretty) const {
+        *out = '"';
+        return putColon(put(map.slotAt(position).key.write(out + 1), "\""), pretty);
+    }
+    const Message& next() { return map.slotAt(position++).value; }
+    void store(Level& level) const { level.position = position; }
+
+    const MapNode& map;
+    std::size_t position;
+};
+
+struct JsonWriter::Entries {
+    static constexpr char CLOSING = '}';
+
+    Entries(const Level& level, const MapNode& node) : map(node.shownMap()), entry(level.entry) {}
+    bool atBegin() const { return entry == map.begin(); }
+    bool atEnd() const { return entry == map.end(); }
+    std::size_t roomForKey() const { return JsonEscape::roomFor(entry->first.size()); }
+    char* putKey(char* out, bool pretty) const {
+        return putColon(putQuoted(out, std::wstring_view(entry->first)), pretty);
+    }
+    const Message& next() { return MessageAccess::resolve((entry++)->second); }
+    void store(Level& level) const { level.entry = entry; }
+
+    const MapNode::ShownMap& map;
+    MapNode::ShownMap::const_iterator entry;
+};
 
 JsonWriter::JsonWriter(TextBuffer& text, bool pretty, std::string indent)
     : text_(text),
@@ -46,107 +129,60 @@ JsonWriter::JsonWriter(TextBuffer& text, bool pretty, std::string indent)
       isClassicLocale_(std::locale() == std::locale::classic()),
       indent_(std::move(indent)) {}
 
-void JsonWriter::write(const Message& root) {
-    if (!root.isContainer()) {
+void JsonWriter::write(const Message& message) {
+    const Message& root = MessageAccess::resolve(message);
+    if (!isContainer(root)) {
         text_.append(indent_);
         text_.endAt(putScalar(text_.room(ROOM_FOR_CHILD), root));
         return;
     }
     open(root);
-    while (depth_ > 0) writeChildren();
+    while (depth_ > 0) writeInnermost();
 }
 
-void JsonWriter::writeChildren() {
+void JsonWriter::writeInnermost() {
     const Level& level = innermost();
-    if (level.container->isVector()) return writeElements();
-    if (level.isFlat) return writeFlatEntries();
-    writeEntries();
+    if (level.container->isVector()) return writeChildren(Elements(level));
+    const MapNode& map = *MessageAccess::value(*level.container).plain.payload.map;
+    if (map.isIndexedBySlots()) return writeChildren(Slots(level, map));
+    writeChildren(Entries(level, map));
 }
 
 void JsonWriter::open(const Message& container) {
+    const Value& value = MessageAccess::value(container);
+    const bool isMap = value.type() == Type::Map;
     if (depth_ > 0 && pretty_) indent_ += STEP;
-    text_.push_back(container.isMap() ? '{' : '[');
+    text_.push_back(isMap ? '{' : '[');
     if (pretty_) text_.push_back('\n');
     if (++depth_ > first_.size()) deeper_.emplace_back();
-    const bool isFlat = container.isMap() && container.value_.plain.slot.map->isFlat();
-    innermost() = {&container, isFlat, 0, {}};
-    if (container.isMap() && !isFlat) innermost().entry = container.getMap().begin();
+    innermost() = {&container, 0, {}};
+    if (!isMap || value.plain.payload.map->isIndexedBySlots()) return;
+    innermost().entry = value.plain.payload.map->shownMap().begin();
 }
 
-/// Goes on with the innermost container, a Vector, up to an element that is a container itself, or
-/// to its end. What the loop uses is local, because whatever is written through a character pointer
-/// could be a member as far as a compiler knows.
-void JsonWriter::writeElements() {
-    Level& level = innermost();
-    const std::vector<Message>& elements = level.container->getVector();
-    const Message* const begin = elements.data();
-    const Message* const end = begin + elements.size();
+/// Goes on with the innermost container up to a child that is a container itself, or to its end.
+/// What the loop uses is local, because whatever is written through a character pointer could be a
+/// member as far as a compiler knows.
+template <class Children>
+void JsonWriter::writeChildren(Children children) {
     const std::size_t room = ROOM_FOR_CHILD + indent_.size();
     const bool isLaidOut = pretty_ || !indent_.empty();
     char* out = text_.room(0);
-    for (const Message* element = begin + level.position; element != end; ++element) {
-        out = putComma(text_.room(out, room), element == begin);
-        if (isLaidOut) out = putLayout(out, element == begin);
-        if (element->isContainer()) {
-            level.position = static_cast<std::size_t>(element - begin) + 1;
+    while (!children.atEnd()) {
+        const bool isFirst = children.atBegin();
+        out = putComma(text_.room(out, room + children.roomForKey()), isFirst);
+        if (isLaidOut) out = putLayout(out, isFirst);
+        out = children.putKey(out, pretty_);
+        const Message& child = children.next();
+        if (isContainer(child)) {
+            children.store(innermost());
             text_.endAt(out);
-            return open(*element);
+            return open(child);
         }
-        out = putScalar(out, *element);
+        out = putScalar(out, child);
     }
     text_.endAt(out);
-    close(']', elements.empty());
-}
-
-/// The same for a Map that is flat.
-void JsonWriter::writeFlatEntries() {
-    Level& level = innermost();
-    const auto entries = level.container->value_.plain.slot.map->flat();
-    const auto* const begin = entries.data();
-    const auto* const end = begin + entries.size();
-    const std::size_t room = ROOM_FOR_CHILD + indent_.size();
-    const bool isLaidOut = pretty_ || !indent_.empty();
-    char* out = text_.room(0);
-    for (const auto* entry = begin + level.position; entry != end; ++entry) {
-        out = putComma(text_.room(out, room), entry == begin);
-        if (isLaidOut) out = putLayout(out, entry == begin);
-        *out = '"';
-        out = putColon(put(entry->key.write(out + 1), "\""));
-        const Message& value = entry->value.shown();
-        if (value.isContainer()) {
-            level.position = static_cast<std::size_t>(entry - begin) + 1;
-            text_.endAt(out);
-            return open(value);
-        }
-        out = putScalar(out, value);
-    }
-    text_.endAt(out);
-    close('}', entries.empty());
-}
-
-/// The same for any other Map.
-void JsonWriter::writeEntries() {
-    Level& level = innermost();
-    const Entries& entries = level.container->getMap();
-    const std::size_t room = ROOM_FOR_CHILD + indent_.size();
-    const bool isLaidOut = pretty_ || !indent_.empty();
-    const auto begin = entries.begin();
-    char* out = text_.room(0);
-    for (auto entry = level.entry; entry != entries.end(); ++entry) {
-        const auto& [key, value] = *entry;
-        out = text_.room(out, room + JsonEscape::roomFor(key.size()));
-        out = putComma(out, entry == begin);
-        if (isLaidOut) out = putLayout(out, entry == begin);
-        out = putColon(putQuoted(out, std::wstring_view(key)));
-        if (value.isContainer()) {
-            level.entry = std::next(entry);
-            text_.endAt(out);
-            return open(value);
-        }
-        out = putScalar(out, value);
-    }
-    text_.endAt(out);
-    close('}', entries.empty());
+    close(Children::CLOSING, children.atBegin());
 }
 
 void JsonWriter::close(char bracket, bool isEmpty) {
@@ -157,33 +193,30 @@ void JsonWriter::close(char bracket, bool isEmpty) {
     if (depth_ > 0 && pretty_) indent_.resize(indent_.size() - STEP.size());
 }
 
-/// What stands before a child beside a comma.
+/// What precedes a child beside a comma.
 char* JsonWriter::putLayout(char* out, bool isFirst) const {
     if (pretty_ && !isFirst) *out++ = '\n';
     out = put(out, indent_);
     return pretty_ ? put(out, STEP) : out;
 }
 
-char* JsonWriter::putColon(char* out) const {
-    return put(out, pretty_ ? ": " : ":");
-}
-
-/// `out` is the end of the text, with ROOM_FOR_CHILD behind it.
-char* JsonWriter::putScalar(char* out, const Message& value) {
-    const Message::Slot& slot = value.value_.plain.slot;
-    if (value.type() == Message::Type::Integer) return IntegerText::write(out, slot.integer);
-    if (value.isShortText()) return putShortText(out, value);
+/// `out` is the end of the text, with ROOM_FOR_CHILD less a key and its punctuation behind it.
+char* JsonWriter::putScalar(char* out, const Message& scalar) {
+    const Value& value = MessageAccess::value(scalar);
+    const auto& payload = value.plain.payload;
+    if (value.type() == Type::Integer) return IntegerText::write(out, payload.integer);
+    if (MessageText::isShort(value)) return putShortText(out, value);
     switch (value.type()) {
-    case Message::Type::Boolean:
-        return put(out, slot.boolean ? "true" : "false");
-    case Message::Type::Double:
-        return isClassicLocale_ ? DoubleText::write(out, slot.real)
-                                : putInGlobalLocale(out, slot.real);
-    case Message::Type::Text:
-        return putLongText(out, value.narrowText());
-    case Message::Type::WideText:
-        out = text_.room(out, JsonEscape::roomFor(value.wideText().size()));
-        return putQuoted(out, std::wstring_view(value.wideText()));
+    case Type::Boolean:
+        return put(out, payload.boolean ? "true" : "false");
+    case Type::Double:
+        return isClassicLocale_ ? DoubleText::write(out, payload.real)
+                                : putInGlobalLocale(out, payload.real);
+    case Type::Text:
+        return putLongText(out, MessageText::narrow(value));
+    case Type::WideText:
+        out = text_.room(out, JsonEscape::roomFor(payload.wideText->size()));
+        return putQuoted(out, std::wstring_view(*payload.wideText));
     default:
         return put(out, "null");
     }
@@ -193,17 +226,6 @@ char* JsonWriter::putScalar(char* out, const Message& value) {
 char* JsonWriter::putInGlobalLocale(char* out, double value) {
     const std::string text = DoubleText::inGlobalLocale(value);
     return put(text_.room(out, text.size() + ROOM_FOR_CHILD), text);
-}
-
-char* JsonWriter::putShortText(char* out, const Message& value) {
-    const std::string_view text = value.narrowText();
-    const unsigned escapes = TextBlock::escapeMask(value.shortBlock()) >> 1;
-    if ((escapes & TextBlock::maskOf(text.size())) != 0) return putQuoted(out, text);
-    *out = '"';
-    std::memcpy(out + 1, value.value_.brief.bytes, sizeof value.value_.brief.bytes);
-    out += 1 + text.size();
-    *out = '"';
-    return out + 1;
 }
 
 char* JsonWriter::putLongText(char* out, std::string_view text) {

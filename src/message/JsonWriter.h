@@ -1,5 +1,6 @@
 #pragma once
 
+#include "message/MapNode.h"
 #include "message/text/TextBuffer.h"
 
 #include <Korvel/Message.h>
@@ -11,42 +12,38 @@
 
 namespace Korvel {
 
-/// Renders one Message as JSON text at the end of a buffer. It walks the tree with a stack of its
-/// own, so depth costs memory and not stack.
+/// Renders Messages as JSON text at the end of a buffer. It walks a tree with a stack of its own,
+/// so depth costs memory and not stack.
 class JsonWriter {
 public:
     JsonWriter(TextBuffer& text, bool pretty, std::string indent);
 
-    /// To be called once.
-    void write(const Message& root);
+    /// If it throws, the buffer holds a part of the text, and the writer must not be used again.
+    void write(const Message& message);
 
 private:
-    using Entries = std::map<std::wstring, Message>;
-
-    /// A container that has been opened and not yet closed, and what of it comes next. `position`
-    /// is used for a Vector and a flat Map, and `entry` for any other Map.
+    /// A container that has been opened and not yet closed, and what of it comes next: `entry` for
+    /// a Map that its shown map indexes, `position` otherwise.
     struct Level {
         const Message* container;
-        /// Asked once, because other readers can end the flat form meanwhile.
-        bool isFlat;
         std::size_t position;
-        Entries::const_iterator entry;
+        MapNode::ShownMap::const_iterator entry;
     };
+    struct Elements;
+    struct Slots;
+    struct Entries;
 
     Level& innermost() noexcept {
         return depth_ <= first_.size() ? first_[depth_ - 1] : deeper_.back();
     }
     void open(const Message& container);
-    void writeChildren();
-    void writeElements();
-    void writeFlatEntries();
-    void writeEntries();
+    void writeInnermost();
+    template <class Children>
+    void writeChildren(Children children);
     void close(char bracket, bool isEmpty);
     char* putLayout(char* out, bool isFirst) const;
-    char* putColon(char* out) const;
-    char* putScalar(char* out, const Message& value);
+    char* putScalar(char* out, const Message& scalar);
     char* putInGlobalLocale(char* out, double value);
-    static char* putShortText(char* out, const Message& value);
     char* putLongText(char* out, std::string_view text);
 
     TextBuffer& text_;

@@ -1,16 +1,34 @@
 #include <Korvel/Message.h>
 
 #include "message/JsonWriter.h"
-#include "message/MessageNodes.h"
+#include "message/MapNode.h"
+#include "message/MessageAccess.h"
+#include "message/MessageTree.h"
+#include "message/VectorNode.h"
 #include "message/text/TextBuffer.h"
 #include "message/text/Utf.h"
-
-#include <Korvel/WrongTypeException.h>
 
 #include <algorithm>
 
 namespace Korvel {
 namespace {
+
+using Detail::Type;
+using Detail::Value;
+
+/// Makes a Null a Map that has room for `size` entries.
+MapNode& makeMap(Value& value, std::size_t size) {
+    value.plain = {Type::Map, {.map = MapNode::create(size)}};
+    return *value.plain.payload.map;
+}
+
+bool fitsIntoSlots(const std::map<std::wstring, Message>& entries) {
+    const auto isShort = [](const auto& entry) {
+        return ShortKey::of(std::wstring_view(entry.first)).has_value();
+    };
+    return entries.size() <= MapNode::MAX_SLOTS &&
+           std::all_of(entries.begin(), entries.end(), isShort);
+}
 
 std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> source) {
     const auto isSplit = [](const auto& entry) {
@@ -26,46 +44,51 @@ std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> so
 
 }  // namespace
 
+// Constructors delegate, so that the object is complete and its destructor frees what a failure
+// leaves.
+
 Message::Message(std::map<std::string, Message> entries) : Message() {
-    MapNode& node = becomeFlatMap(entries.size());
-    for (auto& [key, value] : entries) node.place(std::string_view(key)) = std::move(value);
+    MapNode& map = makeMap(value_, entries.size());
+    for (auto& [key, value] : entries) map.element(std::string_view(key)) = std::move(value);
 }
 
 Message::Message(std::map<std::wstring, Message> entries) : Message() {
-    becomeMap(withSplitKeys(std::move(entries)));
+    if (fitsIntoSlots(entries)) {
+        MapNode& map = makeMap(value_, entries.size());
+        for (auto& [key, value] : entries) map.element(std::wstring_view(key)) = std::move(value);
+    } else {
+        MapNode* const map = MapNode::create(withSplitKeys(std::move(entries)));
+        value_.plain = {Type::Map, {.map = map}};
+    }
 }
 
 Message::Message(std::initializer_list<std::pair<std::string, Message>> entries) : Message() {
-    MapNode& node = becomeFlatMap(entries.size());
-    for (const auto& [key, value] : entries) node.place(std::string_view(key)) = value;
+    MapNode& map = makeMap(value_, entries.size());
+    for (const auto& [key, value] : entries) map.element(std::string_view(key)) = value;
 }
 
 Message::Message(std::initializer_list<std::pair<std::wstring, Message>> entries) : Message() {
-    MapNode& node = becomeFlatMap(entries.size());
-    for (const auto& [key, value] : entries) node.place(std::wstring_view(key)) = value;
+    MapNode& map = makeMap(value_, entries.size());
+    for (const auto& [key, value] : entries) map.element(std::wstring_view(key)) = value;
 }
 
 Message::Message(std::vector<Message> elements) : Message() {
-    becomeVector(std::move(elements));
+    value_.plain = {Type::Vector, {.vector = new VectorNode{std::move(elements)}}};
 }
 
-// Delegation makes the object complete first, here and above, so that the destructor frees what a
-// failure leaves.
 Message::Message(const Message& source) : Message() {
-    if (source.ownsStorage()) {
-        copyFrom(source);
-    } else {
+    if (source.value_.isSelfContained()) {
         value_ = source.value_;
+    } else {
+        MessageTree::copy(source, *this);
     }
 }
 
 Message::Message(const Message&& source) : Message(source) {}
 
 Message& Message::operator=(const Message& source) {
-    if (!source.ownsStorage()) {
-        const Value copy = source.value_;
-        if (ownsStorage()) reset();
-        value_ = copy;
+    if (source.value_.isSelfContained() && value_.isSelfContained()) {
+        value_ = source.value_;
         return *this;
     }
     // The copy comes first: the source may be a part of the tree that goes.
@@ -73,71 +96,65 @@ Message& Message::operator=(const Message& source) {
     return *this = std::move(copy);
 }
 
-void Message::becomeVector(std::vector<Message> elements) {
-    become(Type::Vector, {.vector = new VectorNode{std::move(elements)}});
+/// Replaces a value that is not self-contained; an alias replaces what it shows.
+void Message::replace(const Value& taken) noexcept {
+    Message& target = MessageAccess::resolve(*this);
+    const Value old = target.value_;
+    target.value_ = taken;
+    if (!old.isSelfContained()) MessageTree::destroy(old);
 }
 
-void Message::becomeMap(std::map<std::wstring, Message> entries) {
-    become(Type::Map, {.map = MapNode::create(std::move(entries))});
-}
-
-/// With room for `size` entries and a few more.
-MapNode& Message::becomeFlatMap(std::size_t size) {
-    become(Type::Map, {.map = MapNode::create(size)});
-    return *value_.plain.slot.map;
+/// Frees what this Message owns. An alias owns nothing.
+void Message::reset() noexcept {
+    if (value_.type() != Type::Alias) MessageTree::destroy(value_);
+    value_.plain = {Type::Null, {}};
 }
 
 bool Message::isNull() const noexcept {
-    return type() == Type::Null;
+    return MessageAccess::resolvedType(*this) == Type::Null;
 }
 
 bool Message::isString() const noexcept {
-    return type() >= Type::ShortText && type() <= Type::WideText;
+    const Type type = MessageAccess::resolvedType(*this);
+    return type >= Type::ShortText && type <= Type::WideText;
 }
 
 bool Message::isBoolean() const noexcept {
-    return type() == Type::Boolean;
+    return MessageAccess::resolvedType(*this) == Type::Boolean;
 }
 
 bool Message::isDouble() const noexcept {
-    return type() == Type::Double;
+    return MessageAccess::resolvedType(*this) == Type::Double;
 }
 
 bool Message::isInteger() const noexcept {
-    return type() == Type::Integer;
+    return MessageAccess::resolvedType(*this) == Type::Integer;
 }
 
 bool Message::isVector() const noexcept {
-    return type() == Type::Vector;
+    return MessageAccess::resolvedType(*this) == Type::Vector;
 }
 
 bool Message::isMap() const noexcept {
-    return type() == Type::Map;
+    return MessageAccess::resolvedType(*this) == Type::Map;
 }
 
 bool Message::getBoolean() const {
-    requireType(Type::Boolean);
-    return value_.plain.slot.boolean;
+    return MessageAccess::require(*this, Type::Boolean).plain.payload.boolean;
 }
 
 double Message::getDouble() const {
-    requireType(Type::Double);
-    return value_.plain.slot.real;
+    return MessageAccess::require(*this, Type::Double).plain.payload.real;
 }
 
 std::int64_t Message::getInteger() const {
-    requireType(Type::Integer);
-    return value_.plain.slot.integer;
+    return MessageAccess::require(*this, Type::Integer).plain.payload.integer;
 }
 
 std::string Message::toJson(bool pretty, std::string indent) const {
     TextBuffer text;
     JsonWriter(text, pretty, std::move(indent)).write(*this);
     return std::string(text.view());
-}
-
-void Message::requireType(Type wanted) const {
-    if (type() != wanted) throw WrongTypeException();
 }
 
 }  // namespace Korvel

@@ -1,38 +1,41 @@
 #include "message/MessageAccess.h"
 
-#include "message/MessageNodes.h"
-
-#include <utility>
+#include "message/MapNode.h"
+#include "message/TextNode.h"
+#include "message/VectorNode.h"
 
 namespace Korvel {
-
-void MessageAccess::set(Message& map, std::wstring_view key, Message&& value) {
-    map.mapToExtend().place(key) = std::move(value);
+const Detail::Value& MessageAccess::requireResolved(const Message& message, Type wanted) {
+    const Message& resolved = resolve(message);
+    if (type(resolved) != wanted) throw WrongTypeException();
+    return resolved.value_;
 }
 
 void MessageAccess::prefetch(const Message& message) noexcept {
-    if (message.isMap()) message.value_.plain.slot.map->prefetch();
+    if (type(message) == Type::Map) message.value_.plain.payload.map->prefetch();
 }
 
 std::size_t MessageAccess::footprint(const Message& message, std::size_t limit) noexcept {
     std::size_t size = 0;
-    if (message.type() == Message::Type::Text) {
-        size = message.narrowText().size();
-    } else if (message.type() == Message::Type::WideText) {
-        size = message.wideText().size() * sizeof(wchar_t);
-    } else if (message.isVector()) {
-        for (const Message& element : message.value_.plain.slot.vector->elements) {
-            if (size >= limit) break;
-            size += sizeof(Message) + footprint(element, limit - size);
-        }
-    } else if (message.isMap()) {
-        const MapNode& node = *message.value_.plain.slot.map;
-        for (const MapNode::Entry& entry : node.flat()) {
-            if (size >= limit) break;
-            size += sizeof entry + footprint(entry.value.shown(), limit - size);
-        }
+    // Every level of recursion adds to the size, so the limit also bounds the depth.
+    const auto add = [&size, limit](const Message& child) {
+        if (size < limit) size += sizeof child + footprint(child, limit - size);
+    };
+    const auto& payload = message.value_.plain.payload;
+    switch (type(message)) {
+    case Type::Text:
+        return payload.text->size;
+    case Type::WideText:
+        return payload.wideText->size() * sizeof(wchar_t);
+    case Type::Vector:
+        for (const Message& element : payload.vector->elements) add(element);
+        return size;
+    case Type::Map:
+        payload.map->forEachOwned(add);
+        return size;
+    default:
+        return 0;
     }
-    return size;
 }
 
 }  // namespace Korvel

@@ -1,121 +1,129 @@
 // What a Message offers as a list and as a map.
 
-#include "message/MessageNodes.h"
+#include <Korvel/Message.h>
+
+#include "message/MapNode.h"
+#include "message/MessageAccess.h"
+#include "message/VectorNode.h"
 #include "message/text/Utf.h"
 
-#include <stdexcept>
 #include <utility>
 
 namespace Korvel {
 namespace {
 
-template <class Value>
-Value& existing(Value* value) {
-    if (value == nullptr) throw std::out_of_range("invalid map<K, T> key");
-    return *value;
+using Detail::Type;
+using Detail::Value;
+
+MapNode& mapOf(const Message& message) {
+    return *MessageAccess::require(message, Type::Map).plain.payload.map;
+}
+
+std::vector<Message>& elementsOf(const Message& message) {
+    return MessageAccess::require(message, Type::Vector).plain.payload.vector->elements;
+}
+
+/// A narrow key that cannot be converted fails before the type is looked at.
+void check(std::string_view key) {
+    if (!Utf::isWellFormed(key)) (void)Utf::decode(key);
+}
+
+void check(std::wstring_view) {}
+
+/// The value at `key` of what is not a plain Map: a Null becomes one, once the key is in it.
+template <class View>
+Message& firstElement(Message& message, View key) {
+    constexpr std::size_t USUAL_SIZE = 8;
+    if (!message.isNull()) {
+        check(key);
+        return mapOf(message).element(key);
+    }
+    Message made;
+    MapNode* const map = MapNode::create(USUAL_SIZE);
+    MessageAccess::value(made).plain = {Type::Map, {.map = map}};
+    Message& element = map->element(key);
+    message = std::move(made);
+    return element;
+}
+
+template <class View>
+Message& elementOf(Message& message, View key) {
+    if (MessageAccess::type(message) != Type::Map) return firstElement(message, key);
+    return MessageAccess::value(message).plain.payload.map->element(key);
+}
+
+template <class View>
+const Message* findIn(const Message& message, View key) {
+    if (MessageAccess::type(message) != Type::Map) check(key);
+    return mapOf(message).find(key);
 }
 
 }  // namespace
 
 const std::map<std::wstring, Message>& Message::getMap() const {
-    requireType(Type::Map);
-    const MapNode& node = *value_.plain.slot.map;
-    return node.tree();
+    return mapOf(*this).shownMap();
 }
 
 const std::vector<Message>& Message::getVector() const {
-    requireType(Type::Vector);
-    return value_.plain.slot.vector->elements;
+    return elementsOf(*this);
 }
 
-Message& Message::operator[](const std::string& key) {
-    return element(key);
-}
-
-Message& Message::operator[](const std::wstring& key) {
-    return element(key);
-}
-
-/// The value at a PackedKey.
-Message& Message::element(std::uint64_t head, std::uint64_t tail) {
-    return mapToExtend().anchor(FlatKey({head, tail}));
-}
-
-// A key that cannot be converted fails before anything is changed.
 Message& Message::element(std::string_view key) {
-    if (const auto flatKey = FlatKey::of(key)) return mapToExtend().anchor(*flatKey);
-    std::wstring wideKey = Utf::decode(key);
-    return mapToExtend().placeInTree(std::move(wideKey));
+    return elementOf(*this, key);
 }
 
 Message& Message::element(std::wstring_view key) {
-    if (const auto flatKey = FlatKey::of(key)) return mapToExtend().anchor(*flatKey);
-    return mapToExtend().placeInTree(Utf::splitSupplementary(key));
+    return elementOf(*this, key);
 }
 
-/// This Map, or the one that this Null becomes.
-MapNode& Message::mapToExtend() {
-    constexpr std::size_t USUAL_SIZE = 4;
-    if (isNull()) return becomeFlatMap(USUAL_SIZE);
-    requireType(Type::Map);
-    return *value_.plain.slot.map;
+const Message* Message::find(std::string_view key) const {
+    return findIn(*this, key);
+}
+
+const Message* Message::find(std::wstring_view key) const {
+    return findIn(*this, key);
+}
+
+void Message::visit(Visitor visitor, void* target) const {
+    const MapNode& map = mapOf(*this);
+    if (!map.isIndexedBySlots()) {
+        for (const auto& [key, value] : map.shownMap()) {
+            visitor(target, key, MessageAccess::resolve(value));
+        }
+        return;
+    }
+    for (std::size_t i = 0; i < map.size(); ++i) {
+        wchar_t units[TextBlock::SIZE];
+        visitor(target, map.slotAt(i).key.wide(units), map.slotAt(i).value);
+    }
 }
 
 Message& Message::operator[](std::size_t position) {
-    requireType(Type::Vector);
-    return value_.plain.slot.vector->elements[position];
+    return elementsOf(*this)[position];
 }
 
 const Message& Message::operator[](std::size_t position) const {
-    requireType(Type::Vector);
-    return value_.plain.slot.vector->elements[position];
+    return elementsOf(*this)[position];
 }
 
-Message& Message::at(std::string key) {
-    return at(Utf::decode(key));
-}
-
-const Message& Message::at(std::string key) const {
-    return at(Utf::decode(key));
-}
-
-Message& Message::at(std::wstring key) {
-    requireType(Type::Map);
-    return existing(value_.plain.slot.map->find(key));
-}
-
-const Message& Message::at(std::wstring key) const {
-    requireType(Type::Map);
-    return existing(std::as_const(*value_.plain.slot.map).find(key));
-}
-
-bool Message::hasKey(const std::string& key) const {
-    return hasKey(Utf::decode(key));
-}
-
-bool Message::hasKey(const std::wstring& key) const {
-    requireType(Type::Map);
-    return value_.plain.slot.map->contains(key);
-}
-
-std::size_t Message::size() {
-    switch (type()) {
+std::size_t Message::size() const {
+    const Value& value = MessageAccess::value(MessageAccess::resolve(*this));
+    switch (value.type()) {
     case Type::Null:
         return 0;
     case Type::Vector:
-        return value_.plain.slot.vector->elements.size();
+        return value.plain.payload.vector->elements.size();
     case Type::Map:
-        return value_.plain.slot.map->size();
+        return value.plain.payload.map->size();
     default:
         return 1;
     }
 }
 
 void Message::push_back(const Message& element) {
-    requireType(Type::Vector);
-    // The copy comes first: the element may be this Message or stand in the storage that grows.
+    std::vector<Message>& elements = elementsOf(*this);
+    // The copy comes first: the element may be this Message or live in the storage that grows.
     Message copy(element);
-    auto& elements = value_.plain.slot.vector->elements;
     if (elements.size() == elements.capacity()) {
         // The vector itself would copy every tree that it holds.
         std::vector<Message> larger;

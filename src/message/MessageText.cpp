@@ -1,92 +1,89 @@
-// How a Message keeps a text. Narrow text goes in and JSON comes out more often than anything reads
-// units, so every text that UTF-8 can tell is kept in UTF-8.
+#include "message/MessageText.h"
 
-#include "message/MessageNodes.h"
+#include "message/MessageAccess.h"
 #include "message/text/TextBlock.h"
 #include "message/text/Utf.h"
 
-#include <Korvel/WrongTypeException.h>
-
-#include <cstring>
-#include <new>
+#include <Korvel/Message.h>
 
 namespace Korvel {
+namespace {
 
-TextNode* TextNode::create(std::size_t size) {
-    return new (::operator new(sizeof(TextNode) + size)) TextNode{size};
+using Detail::Type;
+using Detail::Value;
+
+/// Makes a Null a text of `size` bytes, which the caller fills in.
+char* make(Value& value, std::size_t size) {
+    if (size <= Detail::Short::CAPACITY) {
+        const auto base = static_cast<std::size_t>(Type::ShortText);
+        value.brief = {static_cast<Type>(base + size), {}};
+        return value.brief.bytes;
+    }
+    value.plain = {Type::Text, {.text = TextNode::create(size)}};
+    return value.plain.payload.text->bytes();
 }
 
-void TextNode::destroy(TextNode* node) noexcept {
-    ::operator delete(node);
+void makeWide(Value& value, std::wstring text) {
+    value.plain = {Type::WideText, {.wideText = new std::wstring(std::move(text))}};
 }
+
+void storeUnits(Value& value, std::wstring_view text) {
+    // The quick way for most. It may leave a wrong text, which is then replaced.
+    if (text.size() <= Detail::Short::CAPACITY &&
+        TextBlock::tryNarrow(make(value, text.size()), text.data(), text.size())) {
+        return;
+    }
+    const std::size_t size = Utf::exactSize(text);
+    if (size == Utf::NOT_EXACT) return makeWide(value, Utf::splitSupplementary(text));
+    Utf::encodeExact(make(value, size), text);
+}
+
+const Value& requireString(const Message& message) {
+    if (!message.isString()) throw WrongTypeException();
+    return MessageAccess::value(MessageAccess::resolve(message));
+}
+
+}  // namespace
+
+void MessageText::copy(const Value& source, Value& copy) {
+    if (source.type() == Type::WideText) return makeWide(copy, *source.plain.payload.wideText);
+    const std::string_view text = MessageText::narrow(source);
+    text.copy(make(copy, text.size()), text.size());
+}
+
+// The object is complete here, so its destructor frees what a failure leaves.
 
 Message::Message(const char* text) : Message() {
     const std::string_view bytes(text);
     if (bytes.size() < TextBlock::SIZE) {
-        // The quick way for most, which may leave a wrong text for the others to replace.
-        bytes.copy(makeText(bytes.size()), bytes.size());
-        if (TextBlock::isAscii(shortBlock())) return;
+        // The quick way for most, with the same caution.
+        bytes.copy(make(value_, bytes.size()), bytes.size());
+        if (TextBlock::isAscii(MessageText::shortBlock(value_))) return;
     }
     if (Utf::isWellFormed(bytes)) {
-        bytes.copy(makeText(bytes.size()), bytes.size());
+        bytes.copy(make(value_, bytes.size()), bytes.size());
     } else {
-        // Forms that are read though they are no UTF-8 of today.
-        storeUnits(Utf::decode(bytes));
+        // Forms that are read though they are not UTF-8 of today.
+        storeUnits(value_, Utf::decode(bytes));
     }
 }
 
 Message::Message(const wchar_t* text) : Message(std::wstring_view(text), Whole()) {}
 
 Message::Message(std::wstring_view text, Whole) : Message() {
-    storeUnits(text);
-}
-
-/// Makes this Null a text.
-void Message::storeUnits(std::wstring_view text) {
-    if (storeShortAscii(text)) return;
-    const std::size_t size = Utf::exactSize(text);
-    if (size != Utf::NOT_EXACT) {
-        Utf::encodeExact(makeText(size), text);
-    } else {
-        become(Type::WideText, {.wideText = new std::wstring(Utf::splitSupplementary(text))});
-    }
-}
-
-/// The quick way for most. Leaves a wrong text for others to replace where it is not ASCII.
-bool Message::storeShortAscii(std::wstring_view text) noexcept {
-    if (text.size() > sizeof value_.brief.bytes) return false;
-    return TextBlock::tryNarrow(makeText(text.size()), text.data(), text.size());
-}
-
-/// Makes this Null a text of `size` bytes, which the caller fills in.
-char* Message::makeText(std::size_t size) {
-    if (size <= sizeof value_.brief.bytes) {
-        const auto base = static_cast<std::size_t>(Type::ShortText);
-        value_.brief = {static_cast<Type>(base + size), {}};
-        return value_.brief.bytes;
-    }
-    become(Type::Text, {.text = TextNode::create(size)});
-    return value_.plain.slot.text->bytes();
-}
-
-/// Copies a text that owns storage into this Null.
-void Message::copyText(const Message& source) {
-    if (source.type() == Type::Text) {
-        const std::string_view text = source.narrowText();
-        std::memcpy(makeText(text.size()), text.data(), text.size());
-    } else {
-        become(Type::WideText, {.wideText = new std::wstring(source.wideText())});
-    }
+    storeUnits(value_, text);
 }
 
 std::wstring Message::getWstring() const {
-    if (!isString()) throw WrongTypeException();
-    return type() == Type::WideText ? wideText() : Utf::decode(narrowText());
+    const Value& value = requireString(*this);
+    if (value.type() == Type::WideText) return *value.plain.payload.wideText;
+    return Utf::decode(MessageText::narrow(value));
 }
 
 std::string Message::getString() const {
-    if (!isString()) throw WrongTypeException();
-    return type() == Type::WideText ? Utf::encode(wideText()) : std::string(narrowText());
+    const Value& value = requireString(*this);
+    if (value.type() == Type::WideText) return Utf::encode(*value.plain.payload.wideText);
+    return std::string(MessageText::narrow(value));
 }
 
 std::wstring Message::strToWstr(const std::string& text) {

@@ -1,12 +1,21 @@
-// The operations on whole trees. They recurse a few levels, which is what trees have and much the
-// quickest, and no further, so that depth costs memory and not stack.
+#include "message/MessageTree.h"
 
-#include "message/MessageNodes.h"
+#include "message/MapNode.h"
+#include "message/MessageAccess.h"
+#include "message/MessageText.h"
+#include "message/TextNode.h"
+#include "message/VectorNode.h"
 
-namespace Korvel {
+#include <utility>
+#include <vector>
+
+namespace Korvel::MessageTree {
 namespace {
 
-constexpr unsigned DEEPEST_RECURSION = 16;
+using Detail::Type;
+using Detail::Value;
+
+constexpr unsigned MAX_RECURSION = 16;
 
 /// One level of recursion over containers on this thread.
 class Descent {
@@ -16,7 +25,7 @@ public:
     Descent& operator=(const Descent&) = delete;
     ~Descent() { --current_; }
 
-    bool isTooDeep() const noexcept { return current_ > DEEPEST_RECURSION; }
+    bool isTooDeep() const noexcept { return current_ > MAX_RECURSION; }
 
 private:
     static unsigned& depth() noexcept {
@@ -27,116 +36,131 @@ private:
     unsigned& current_;
 };
 
-}  // namespace
+/// The containers that are still to be destroyed. Adding one makes its Message Null, so the
+/// destructors of elements and slots never find a container of their own.
+class Teardown {
+public:
+    explicit Teardown(const Value& root) noexcept { add(root); }
 
-/// The containers that are still to be destroyed. Taking a Message in makes it Null, so the
-/// destructors of elements and entries never find a container of their own.
-struct Message::Teardown {
-    VectorNode* vectors = nullptr;
-    MapNode* maps = nullptr;
-
-    void take(Message& message) noexcept {
-        if (message.type() == Type::Vector) {
-            message.value_.plain.slot.vector->next = vectors;
-            vectors = message.value_.plain.slot.vector;
-            message.become(Type::Null, {});
-        } else if (message.type() == Type::Map) {
-            message.value_.plain.slot.map->next = maps;
-            maps = message.value_.plain.slot.map;
-            message.become(Type::Null, {});
+    void run() noexcept {
+        while (vectors_ != nullptr || maps_ != nullptr) {
+            if (vectors_ != nullptr) destroyVector();
+            if (maps_ != nullptr) destroyMap();
         }
     }
 
+private:
+    bool add(const Value& value) noexcept {
+        if (value.type() == Type::Vector) {
+            value.plain.payload.vector->next = std::exchange(vectors_, value.plain.payload.vector);
+        } else if (value.type() == Type::Map) {
+            value.plain.payload.map->next = std::exchange(maps_, value.plain.payload.map);
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    void take(Message& message) noexcept {
+        Value& value = MessageAccess::value(message);
+        if (add(value)) value.plain = {Type::Null, {}};
+    }
+
     void destroyVector() noexcept {
-        VectorNode* const node = vectors;
-        vectors = node->next;
+        VectorNode* const node = std::exchange(vectors_, vectors_->next);
         for (Message& element : node->elements) take(element);
         delete node;
     }
 
     void destroyMap() noexcept {
-        MapNode* const node = maps;
-        maps = node->next;
-        node->forEachValue([this](Message& value) { take(value); });
+        MapNode* const node = std::exchange(maps_, maps_->next);
+        node->forEachOwned([this](Message& value) { take(value); });
         MapNode::destroy(node);
     }
+
+    VectorNode* vectors_ = nullptr;
+    MapNode* maps_ = nullptr;
 };
 
-void Message::reset() noexcept {
-    if (type() == Type::Text) {
-        TextNode::destroy(value_.plain.slot.text);
-    } else if (type() == Type::WideText) {
-        delete value_.plain.slot.wideText;
-    } else if (isContainer()) {
-        destroyContainer();
-    }
-    become(Type::Null, {});
-}
+/// Copies that have their type, but not yet their children.
+using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
 
-void Message::destroyContainer() noexcept {
-    const Descent descent;
-    if (descent.isTooDeep()) {
-        Teardown teardown;
-        teardown.take(*this);
-        while (teardown.vectors != nullptr || teardown.maps != nullptr) {
-            if (teardown.vectors != nullptr) teardown.destroyVector();
-            if (teardown.maps != nullptr) teardown.destroyMap();
-        }
-    } else if (isVector()) {
-        delete value_.plain.slot.vector;
+void makeEmptyLike(const Value& source, Value& copy) {
+    if (source.type() == Type::Vector) {
+        copy.plain = {Type::Vector, {.vector = new VectorNode}};
     } else {
-        MapNode::destroy(value_.plain.slot.map);
+        copy.plain = {Type::Map, {.map = MapNode::createLike(*source.plain.payload.map)}};
     }
 }
 
-/// Copies a value that owns storage into this Null.
-void Message::copyFrom(const Message& source) {
-    if (!source.isContainer()) return copyText(source);
-    const Descent descent;
-    if (descent.isTooDeep()) {
-        copyDeep(source);
-    } else if (source.isVector()) {
-        becomeVector(source.getVector());
-    } else {
-        const MapNode& node = *source.value_.plain.slot.map;
-        becomeFlatMap(node.size()).copyFrom(node);
+/// Copies a value, but of a container no more than its type: the rest goes to `open`.
+void beginCopy(const Message& source, Message& copy, OpenCopies& open) {
+    const Message& value = MessageAccess::resolve(source);
+    if (MessageAccess::type(value) < Type::Vector) {
+        copy = value;
+        return;
     }
+    makeEmptyLike(MessageAccess::value(value), MessageAccess::value(copy));
+    open.emplace_back(&value, &copy);
 }
 
-/// Copies a container with a list of open ones instead of recursion.
-void Message::copyDeep(const Message& source) {
+void copyChildren(const Value& source, const Value& copy, OpenCopies& open) {
+    const auto copyChild = [&open](const Message& from, Message& to) { beginCopy(from, to, open); };
+    if (source.type() == Type::Map) {
+        copy.plain.payload.map->copyEntries(*source.plain.payload.map, copyChild);
+        return;
+    }
+    const auto& from = source.plain.payload.vector->elements;
+    auto& to = copy.plain.payload.vector->elements;
+    to.resize(from.size());
+    for (std::size_t i = 0; i < from.size(); ++i) copyChild(from[i], to[i]);
+}
+
+void copyDeep(const Message& source, Message& copy) {
     OpenCopies open;
-    beginCopy(source, open);
+    beginCopy(source, copy, open);
     while (!open.empty()) {
         const auto [from, to] = open.back();
         open.pop_back();
-        to->copyChildren(*from, open);
+        copyChildren(MessageAccess::value(*from), MessageAccess::value(*to), open);
     }
 }
 
-/// Copies a value, but of a container no more than its type: that goes to `open`.
-void Message::beginCopy(const Message& source, OpenCopies& open) {
-    if (!source.isContainer()) {
-        *this = source;
-        return;
-    }
-    if (source.isVector()) {
-        becomeVector({});
+}  // namespace
+
+void copy(const Message& source, Message& copy) {
+    const Message& resolved = MessageAccess::resolve(source);
+    const Value& from = MessageAccess::value(resolved);
+    Value& to = MessageAccess::value(copy);
+    if (from.isSelfContained()) {
+        to = from;
+    } else if (from.type() < Type::Vector) {
+        MessageText::copy(from, to);
+    } else if (const Descent descent; descent.isTooDeep()) {
+        copyDeep(resolved, copy);
+    } else if (from.type() == Type::Vector) {
+        to.plain = {Type::Vector, {.vector = new VectorNode{from.plain.payload.vector->elements}}};
     } else {
-        becomeFlatMap(source.value_.plain.slot.map->size());
+        makeEmptyLike(from, to);
+        to.plain.payload.map->copyEntries(*from.plain.payload.map, MessageTree::copy);
     }
-    open.emplace_back(&source, this);
 }
 
-void Message::copyChildren(const Message& source, OpenCopies& open) {
-    if (isMap()) {
-        value_.plain.slot.map->beginCopies(*source.value_.plain.slot.map, open);
+void destroy(const Value& value) noexcept {
+    const auto& payload = value.plain.payload;
+    if (value.type() == Type::Text) return TextNode::destroy(payload.text);
+    if (value.type() == Type::WideText) {
+        delete payload.wideText;
         return;
     }
-    const auto& from = source.getVector();
-    auto& to = value_.plain.slot.vector->elements;
-    to.resize(from.size());
-    for (std::size_t i = 0; i < from.size(); ++i) to[i].beginCopy(from[i], open);
+    const Descent descent;
+    if (descent.isTooDeep()) {
+        Teardown(value).run();
+    } else if (value.type() == Type::Vector) {
+        delete payload.vector;
+    } else {
+        MapNode::destroy(payload.map);
+    }
 }
 
-}  // namespace Korvel
+}  // namespace Korvel::MessageTree

@@ -17,7 +17,7 @@ Extender::~Extender() = default;
 bool Extender::log(const std::wstring& type, Message message) {
     wrapPayload(message);
     Message value = getter_(message);
-    MessageAccess::set(message, key_, std::move(value));
+    message[key_] = std::move(value);
     return logger_->log(type, MessageAccess::takeOver(message));
 }
 

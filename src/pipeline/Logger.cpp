@@ -13,7 +13,7 @@ bool Logger::log(const std::string& type, Message message) {
 void Logger::wrapPayload(Message& message) {
     if (message.isMap() || message.isNull()) return;
     Message wrapped;
-    MessageAccess::set(wrapped, L"messageData", std::move(message));
+    wrapped[L"messageData"] = std::move(message);
     message = std::move(wrapped);
 }
 

@@ -52,7 +52,7 @@ bool SinkHandler::log(const std::wstring& type, Message message) {
         throw std::logic_error("Calling log() from inside the logger thread is forbidden");
     }
     wrapPayload(message);
-    MessageAccess::set(message, L"message", Message(type));
+    message[L"message"] = Message(type);
     bool mustWake = false;
     // Destroyed here, without a lock: what this thread frees it allocates again for its next entry,
     // while memory that the worker freed would come back through the allocator's own lock.

@@ -1,11 +1,51 @@
 #include <Korvel/ConsoleSink.h>
 
+#include "message/JsonWriter.h"
+#include "message/text/TextBlock.h"
+#include "message/text/TextBuffer.h"
 #include "message/text/Utf.h"
 
 #include <algorithm>
 #include <iostream>
 
 namespace Korvel {
+namespace {
+
+class Block {
+public:
+    void addLine(std::wstring_view key, const Message& value) {
+        text_.push_back('"');
+        addKey(key);
+        text_.append("\": ");
+        values_.write(value);
+        end();
+    }
+
+    /// Ends a line, or the block by an empty line.
+    void end() {
+        text_.push_back('\n');
+        size_ = text_.view().size();
+    }
+
+    std::string_view wholeLines() const { return text_.view().substr(0, size_); }
+
+private:
+    void addKey(std::wstring_view key) {
+        // The quick way for most.
+        char* const out = text_.room(key.size());
+        if (TextBlock::tryNarrow(out, key.data(), key.size())) {
+            text_.endAt(out + key.size());
+        } else {
+            text_.append(Utf::encode(key));
+        }
+    }
+
+    TextBuffer text_;
+    JsonWriter values_{text_, true, std::string()};
+    std::size_t size_ = 0;
+};
+
+}  // namespace
 
 ConsoleSink::ConsoleSink() : ConsoleSink(std::cout) {}
 
@@ -22,28 +62,34 @@ void ConsoleSink::flush() {
     stream_.flush();
 }
 
+/// The block is made in one piece. If some text in it cannot be converted, the whole lines before
+/// it are written.
 void ConsoleSink::append(const Message& message) {
     const std::lock_guard<std::mutex> guard(sinkLock);
-    for (const auto& key : keys_) {
-        if (message.hasKey(key)) writeLine(key, message.at(key));
+    Block block;
+    try {
+        for (const auto& key : keys_) {
+            if (message.hasKey(key)) block.addLine(key, message.at(key));
+        }
+        message.forEach([&](std::wstring_view key, const Message& value) {
+            if (!isListed(key)) block.addLine(key, value);
+        });
+    } catch (...) {
+        write(block.wholeLines());
+        throw;
     }
-    for (const auto& [key, value] : message.getMap()) {
-        if (!isListed(key)) writeLine(key, value);
-    }
-    stream_ << std::endl;
+    block.end();
+    write(block.wholeLines());
+    stream_.flush();
 }
 
-bool ConsoleSink::isListed(const std::wstring& key) const {
+bool ConsoleSink::isListed(std::wstring_view key) const {
     return std::find(keys_.begin(), keys_.end(), key) != keys_.end();
 }
 
-/// Makes the whole line before it writes, so that text which cannot be converted leaves no torn
-/// one.
-void ConsoleSink::writeLine(const std::wstring& key, const Message& value) {
-    const std::string line =
-        '"' + Message::wstrToStr(key) + "\": " + value.toJson(true, std::string()) + '\n';
+void ConsoleSink::write(std::string_view text) {
     // Unformatted, because a width that the application has set on its stream is not meant for us.
-    stream_.write(line.data(), static_cast<std::streamsize>(line.size()));
+    stream_.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 }  // namespace Korvel

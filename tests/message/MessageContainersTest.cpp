@@ -48,6 +48,7 @@ TEST(MessageContainers, AReferenceLeadsToItsValueWhateverBecomesOfTheMap) {
         Message message({{"k1", 1}, {"listed", "x"}});
         nlohmann::json expected = {{"k1", 1}, {"listed", "x"}};
         std::map<std::string, Message*> references;
+        const std::map<std::wstring, Message>* shown = nullptr;
         for (auto step = random() % 80; step > 0; --step) {
             std::string key = "k" + std::to_string(random() % 40);
             if (random() % 16 == 0) key += ", too long for an array";
@@ -71,17 +72,91 @@ TEST(MessageContainers, AReferenceLeadsToItsValueWhateverBecomesOfTheMap) {
                 copy["new"];
                 ASSERT_EQ(std::as_const(copy).at("k1").toJson(false, ""), expected["k1"].dump());
             } else if (random() % 4 == 0) {
-                ASSERT_EQ(message.getMap().size(), expected.size());
+                shown = &message.getMap();
+                ASSERT_EQ(shown->size(), expected.size());
             }
         }
         ASSERT_EQ(message.toJson(false, ""), expected.dump());
         for (const auto& [key, reference] : references) {
             ASSERT_EQ(&message[key], reference) << key;
             ASSERT_EQ(&message.at(key), reference) << key;
-            // What no map took over serves the next rounds.
-            if (round % 2 == 0) continue;
-            ASSERT_EQ(&message.getMap().at(Message::strToWstr(key)), reference) << key;
         }
+        if (shown == nullptr) continue;
+        ASSERT_EQ(Message(*shown).toJson(false, ""), expected.dump());
+        for (const auto& [key, value] : expected.items()) {
+            ASSERT_EQ(shown->at(Message::strToWstr(key)).toJson(false, ""), value.dump());
+        }
+    }
+}
+
+/// What every const operation says of a value.
+static Entries everyAnswer(const Message& value) {
+    Entries answers;
+    const auto ask = [&answers](const auto& question) {
+        std::ostringstream answer;
+        try {
+            answer << question();
+        } catch (const std::exception& error) {
+            answer << error.what();
+        }
+        answers.push_back(answer.str());
+    };
+    for (const auto is :
+         {&Message::isNull, &Message::isString, &Message::isBoolean, &Message::isDouble,
+          &Message::isInteger, &Message::isVector, &Message::isMap}) {
+        ask([&] { return (value.*is)(); });
+    }
+    ask([&] { return value.getBoolean(); });
+    ask([&] { return value.getDouble(); });
+    ask([&] { return value.getInteger(); });
+    ask([&] { return value.getString(); });
+    ask([&] { return value.getWstring().size(); });
+    ask([&] { return value.getMap().size(); });
+    ask([&] { return value.getVector().size(); });
+    ask([&] { return value[0].toJson(false, ""); });
+    ask([&] { return value.at("k").toJson(false, ""); });
+    ask([&] { return value.at(std::wstring(L"absent")).toJson(false, ""); });
+    ask([&] { return value.at("\xFF").toJson(false, ""); });
+    ask([&] { return value.hasKey(L"k"); });
+    ask([&] { return value.size(); });
+    ask([&] { return value.toJson(true, "-"); });
+    ask([&] { return Message(value).toJson(false, ""); });
+    ask([&] {
+        std::wstring keys;
+        value.forEach([&keys](std::wstring_view key, const Message&) { keys += key; });
+        return Message::wstrToStr(keys);
+    });
+    return answers;
+}
+
+TEST(MessageContainers, TheMapOfGetMapAnswersLikeTheValuesThatItShows) {
+    const Message values[] = {Message(),
+                              true,
+                              1.5,
+                              7,
+                              "short",
+                              "a text of more than fifteen bytes",
+                              L"\xDC00",
+                              std::vector<Message>{"first", 2},
+                              {{"k", "in a map"}, {"K", 1}}};
+    for (const Message& value : values) {
+        Message message({{"value", value}});
+        const Message& alias = message.getMap().at(L"value");
+        EXPECT_EQ(everyAnswer(alias), everyAnswer(value));
+        Message assigned;
+        assigned = alias;
+        EXPECT_EQ(everyAnswer(assigned), everyAnswer(value));
+        const Message list(std::vector<Message>{alias});
+        EXPECT_EQ(everyAnswer(list[0]), everyAnswer(value));
+        // The map itself is not const, so this is allowed.
+        Message& mutableAlias = const_cast<Message&>(alias);
+        assigned = std::move(mutableAlias);
+        EXPECT_EQ(everyAnswer(assigned), everyAnswer(value));
+        mutableAlias = Message({{"k", 1}});
+        mutableAlias["list"] = std::vector<Message>{};
+        mutableAlias.at("list").push_back(message);
+        EXPECT_EQ(message.toJson(false, ""),
+                  R"({"value":{"k":1,"list":[{"value":{"k":1,"list":[]}}]}})");
     }
 }
 

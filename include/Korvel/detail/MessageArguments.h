@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -30,6 +31,19 @@ inline constexpr bool isText =
 template <class T, class Unit>
 inline constexpr bool isKey = std::is_convertible_v<const T&, std::basic_string_view<Unit>> &&
                               !std::is_same_v<T, std::nullptr_t>;
+
+/// Any type that operator[], at and hasKey take as a key.
+template <class T>
+inline constexpr bool isAnyKey =
+    isKey<T, char> || isKey<T, wchar_t> || std::is_convertible_v<const T&, std::string> ||
+    std::is_convertible_v<const T&, std::wstring>;
+
+/// What at gives out.
+template <class T>
+const T& required(const T* found) {
+    if (found == nullptr) throw std::out_of_range("invalid map<K, T> key");
+    return *found;
+}
 
 template <class T>
 std::int64_t toInteger(T value) {

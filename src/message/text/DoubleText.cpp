@@ -22,21 +22,21 @@ constexpr int EXPONENT_BIAS = 1075;  // Of a mantissa that is read as an integer
 
 /// The greatest power of five in 64 bits; the smallest magnitudes that it scales to six digits are
 /// those of 1e-22.
-constexpr int MOST_FIVES = 27;
-constexpr int LEAST_EXPONENT = PRECISION - 1 - MOST_FIVES;
-constexpr int MOST_BINARY_EXPONENT = 63;
-constexpr int MOST_TENS = 14;
+constexpr int MAX_FIVES = 27;
+constexpr int MIN_EXPONENT = PRECISION - 1 - MAX_FIVES;
+constexpr int MAX_BINARY_EXPONENT = 63;
+constexpr int MAX_TENS = 14;
 
-constexpr std::array<std::uint64_t, MOST_FIVES + 1> powersOf(std::uint64_t base, int count) {
-    std::array<std::uint64_t, MOST_FIVES + 1> powers = {1};
+constexpr std::array<std::uint64_t, MAX_FIVES + 1> powersOf(std::uint64_t base, int count) {
+    std::array<std::uint64_t, MAX_FIVES + 1> powers = {1};
     for (int i = 1; i <= count; ++i) {
         powers[static_cast<std::size_t>(i)] = powers[static_cast<std::size_t>(i) - 1] * base;
     }
     return powers;
 }
 
-constexpr auto POWERS_OF_5 = powersOf(5, MOST_FIVES);
-constexpr auto POWERS_OF_10 = powersOf(10, MOST_TENS);
+constexpr auto POWERS_OF_5 = powersOf(5, MAX_FIVES);
+constexpr auto POWERS_OF_10 = powersOf(10, MAX_TENS);
 
 /// A finite magnitude: mantissa * 2^exponent.
 struct Binary {
@@ -169,7 +169,7 @@ std::string streamed(double value, const std::locale& locale) {
 
 char* writeSlowly(char* out, double value) {
     if (std::isfinite(value)) {
-        return std::to_chars(out, out + LONGEST, value, std::chars_format::general, PRECISION).ptr;
+        return std::to_chars(out, out + MAX_SIZE, value, std::chars_format::general, PRECISION).ptr;
     }
     const std::string text = streamed(value, std::locale::classic());
     return out + text.copy(out, text.size());
@@ -186,7 +186,7 @@ char* write(char* out, double value) {
     // The decimal exponent, or one less: 1233 / 4096 is a little below the logarithm of 2, and the
     // shift rounds down.
     int exponent = (binaryExponent * 1233) >> 12;
-    if (exponent < LEAST_EXPONENT || binaryExponent > MOST_BINARY_EXPONENT) {
+    if (exponent < MIN_EXPONENT || binaryExponent > MAX_BINARY_EXPONENT) {
         return writeSlowly(out, value);
     }
     const int places = PRECISION - 1 - exponent;

@@ -8,9 +8,9 @@
 namespace Korvel::DoubleText {
 
 /// "-1.23457e-308"; some platforms have longer names for a NaN.
-constexpr std::size_t LONGEST = 32;
+constexpr std::size_t MAX_SIZE = 32;
 
-/// Writes `value` and returns the end; LONGEST bytes may be written, whatever the end is. Exact
+/// Writes `value` and returns the end; MAX_SIZE bytes may be written, whatever the end is. Exact
 /// integer arithmetic for magnitudes that logs hold, from about 1e-22 to 1e19; the standard library
 /// writes the rest.
 char* write(char* out, double value);

@@ -7,7 +7,7 @@
 namespace Korvel::IntegerText {
 
 /// The sign and the digits of any 64-bit integer.
-constexpr std::size_t LONGEST = 20;
+constexpr std::size_t MAX_SIZE = 20;
 
 char* write(char* out, std::int64_t value) noexcept;
 

@@ -9,7 +9,7 @@
 namespace Korvel::Utf {
 
 /// The most bytes that one element of a wide text can need.
-constexpr std::size_t LONGEST_SEQUENCE = 4;
+constexpr std::size_t MAX_SEQUENCE = 4;
 constexpr std::size_t NOT_EXACT = std::string::npos;
 
 std::wstring decode(std::string_view text);
@@ -27,7 +27,7 @@ std::size_t exactSize(std::wstring_view text) noexcept;
 char* encodeExact(char* bytes, std::wstring_view text) noexcept;
 
 /// Writes the UTF-8 bytes of the character that starts at `position` of `text` and moves the
-/// position behind it; returns the end of the bytes, at most LONGEST_SEQUENCE further on.
+/// position behind it; returns the end of the bytes, at most MAX_SEQUENCE further on.
 char* encodeCharacter(char* bytes, std::wstring_view text, std::size_t& position);
 
 /// Whether `text` has an element that stands for a whole supplementary character, as a `wchar_t`

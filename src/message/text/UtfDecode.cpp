@@ -51,8 +51,8 @@ wchar_t* decodeSequence(wchar_t* units, std::string_view text, std::size_t& posi
 /// The same, quicker for what most texts are made of: whole sequences of two to four bytes, each of
 /// which is checked at once.
 wchar_t* decodeCharacter(wchar_t* units, std::string_view text, std::size_t& position) {
-    constexpr std::size_t LONGEST = 4;
-    if (text.size() - position < LONGEST) return decodeSequence(units, text, position);
+    constexpr std::size_t MAX_BYTES = 4;
+    if (text.size() - position < MAX_BYTES) return decodeSequence(units, text, position);
     const std::uint32_t lead = byteAt(text, position);
     const std::uint32_t second = byteAt(text, position + 1) ^ 0x80;
     const std::uint32_t third = byteAt(text, position + 2) ^ 0x80;

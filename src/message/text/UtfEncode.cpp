@@ -109,7 +109,7 @@ std::string encode(std::wstring_view text) {
     bytes.reserve(text.size());
     std::size_t position = 0;
     while (position < text.size()) {
-        const std::size_t limit = std::min(text.size(), position + PIECE / LONGEST_SEQUENCE - 1);
+        const std::size_t limit = std::min(text.size(), position + PIECE / MAX_SEQUENCE - 1);
         const char* const end = encodeUpTo(limit, piece, text, position);
         bytes.append(piece, static_cast<std::size_t>(end - piece));
     }

@@ -2,8 +2,6 @@
 
 #include "message/text/TextBlock.h"
 
-#include <Korvel/detail/PackedKey.h>
-
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -15,24 +13,25 @@
 
 namespace Korvel {
 
-/// A key of a Map as nearly all keys are, in the form of Detail::PackedKey, to which what is made
-/// here must be equal. The numbers alone give the order of keys.
-class FlatKey {
+/// A key of up to fifteen ASCII characters, none of which JSON escapes, as two numbers: its
+/// characters from the highest byte of `head_` on, zeros, and its size in the last byte of `tail_`.
+/// So the numbers compare like the texts.
+class ShortKey {
 public:
-    static constexpr std::size_t CAPACITY = Detail::PackedKey::CAPACITY;
+    static constexpr std::size_t CAPACITY = 15;
 
     /// The empty key.
-    FlatKey() noexcept = default;
-    explicit FlatKey(const Detail::PackedKey& key) noexcept : head_(key.head), tail_(key.tail) {}
+    ShortKey() noexcept = default;
 
     /// The key with that text, if it is of this kind. The text is read in pieces that overlap: what
     /// they share is the same bits.
     template <class Unit>
-    static std::optional<FlatKey> of(std::basic_string_view<Unit> text) noexcept {
+    [[gnu::always_inline]] static std::optional<ShortKey> of(
+        std::basic_string_view<Unit> text) noexcept {
         const std::size_t size = text.size();
         if (size > CAPACITY) return std::nullopt;
         const Unit* const begin = text.data();
-        FlatKey key;
+        ShortKey key;
         key.head_ = size < 8 ? packUpToSeven(begin, size) : packEight(begin);
         if (size > 8) key.tail_ = packEight(begin + size - 8) << (8 * (16 - size));
         if (hasSpecial(key.head_, size) || (size > 8 && hasSpecial(key.tail_, size - 8))) {
@@ -57,11 +56,19 @@ public:
         return std::wstring(&bytes[0], write(bytes));
     }
 
-    bool operator==(const FlatKey& other) const noexcept {
+    /// The same in storage of the caller.
+    std::wstring_view wide(wchar_t (&units)[TextBlock::SIZE]) const noexcept {
+        char bytes[TextBlock::SIZE];
+        write(bytes);
+        TextBlock::widen(units, bytes);
+        return {units, size()};
+    }
+
+    bool operator==(const ShortKey& other) const noexcept {
         return head_ == other.head_ && tail_ == other.tail_;
     }
 
-    bool operator<(const FlatKey& other) const noexcept {
+    bool operator<(const ShortKey& other) const noexcept {
         return head_ != other.head_ ? head_ < other.head_ : tail_ < other.tail_;
     }
 

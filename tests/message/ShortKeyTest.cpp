@@ -1,13 +1,13 @@
-#include "message/FlatKey.h"
+#include "message/ShortKey.h"
 
 #include "support/Test.h"
 
-TEST(FlatKey, HoldsShortPlainTextInItsOrder) {
+TEST(ShortKey, HoldsShortPlainTextInItsOrder) {
     const wchar_t units[] = {L'a',  L'b', L' ', 0x7F, L'!', L'#',  L'[',   L']',   L'"',
                              L'\\', 0x1F, 0,    0x80, 0xFF, 0x161, 0x7F61, 0x8061, 0xFF61};
     std::mt19937 random(20261123);
     std::wstring lastText;
-    FlatKey lastKey;
+    ShortKey lastKey;
     for (int i = 0; i < 300000; ++i) {
         const auto kinds = random() % 4 == 0 ? std::size(units) : 8;
         std::wstring text(random() % 18, L'a');
@@ -17,11 +17,11 @@ TEST(FlatKey, HoldsShortPlainTextInItsOrder) {
         const bool isPlain = std::all_of(text.begin(), text.end(), [](wchar_t unit) {
             return unit >= 0x20 && unit < 0x80 && unit != L'"' && unit != L'\\';
         });
-        const auto key = FlatKey::of(std::wstring_view(text));
+        const auto key = ShortKey::of(std::wstring_view(text));
         ASSERT_EQ(key.has_value(), isPlain && text.size() <= 15);
         if (!key.has_value()) continue;
         ASSERT_EQ(key->wide(), text);
-        ASSERT_TRUE(*key == FlatKey::of(std::string_view(std::string(text.begin(), text.end()))));
+        ASSERT_TRUE(*key == ShortKey::of(std::string_view(std::string(text.begin(), text.end()))));
         ASSERT_EQ(*key < lastKey, text < lastText);
         ASSERT_EQ(*key == lastKey, text == lastText);
         lastKey = *key;

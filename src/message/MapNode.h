@@ -1,0 +1,141 @@
+#pragma once
+
+#include "message/MessageAccess.h"
+#include "message/ShortKey.h"
+
+#include <Korvel/Message.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace Korvel {
+
+/// What a Map owns.
+///
+/// A value lives in a slot and never moves, so a reference to it stays good. The slots are a first
+/// block inside this object's own storage and one overflow block, MAX_SLOTS together; `order_`
+/// lists them by key. docs/design.md draws the memory.
+///
+/// The first call of getMap makes the shown map, a `std::map` with an alias of every slot. A key
+/// that no slot can take (one that is not short, or one too many) lives in the shown map itself,
+/// and so does every key that comes later: then the shown map is the index.
+///
+/// Threads: any number of threads may call the const operations at the same time.
+class MapNode {
+public:
+    using ShownMap = std::map<std::wstring, Message>;
+
+    struct Slot {
+        ShortKey key;
+        Message value;
+    };
+
+    static constexpr std::size_t MAX_SLOTS = 32;
+
+    /// An empty one, made for `size` entries and a few that loggers add.
+    static MapNode* create(std::size_t size);
+    /// With the entries of a map, whose keys must have no element above 16 bits.
+    static MapNode* create(ShownMap entries);
+    /// An empty one that can hold the entries of `source` the way `source` does.
+    static MapNode* createLike(const MapNode& source) {
+        return source.isIndexedBySlots_ ? create(source.size_) : create(ShownMap());
+    }
+    static void destroy(MapNode* node) noexcept;
+
+    MapNode(const MapNode&) = delete;
+    MapNode& operator=(const MapNode&) = delete;
+
+    std::size_t size() const noexcept { return isIndexedBySlots_ ? size_ : map()->size(); }
+
+    /// Whether the slots hold all entries.
+    bool isIndexedBySlots() const noexcept { return isIndexedBySlots_; }
+    /// The slot at `position` of the order of keys.
+    const Slot& slotAt(std::size_t position) const noexcept { return *slot(order_[position]); }
+    /// The `std::map` with all entries, made now if there is none.
+    const ShownMap& shownMap() const;
+
+    /// The value at `key`; null if there is none.
+    const Message* find(std::string_view key) const;
+    const Message* find(std::wstring_view key) const;
+
+    /// The value at `key`, inserted as Null if it is absent.
+    Message& element(std::string_view key);
+    Message& element(std::wstring_view key);
+
+    /// Calls `action` with every value that this node owns.
+    template <class Action>
+    void forEachOwned(Action action) {
+        for (std::size_t i = 0; i < size_; ++i) action(slot(i)->value);
+        if (isIndexedBySlots_) return;
+        for (auto& entry : *map()) action(entry.second);
+    }
+
+    /// Makes an entry for each of `source`, for which this node was created, and calls
+    /// `copyValue(value, copy)` with each value and its Null here.
+    template <class CopyValue>
+    void copyEntries(const MapNode& source, CopyValue copyValue);
+
+    void prefetch() const noexcept;
+
+    /// Links the containers that wait for destruction, which must neither recurse nor allocate.
+    MapNode* next = nullptr;
+
+private:
+    explicit MapNode(std::size_t capacity) noexcept
+        : capacity_(static_cast<std::uint8_t>(capacity)) {}
+    ~MapNode();
+
+    ShownMap* map() const noexcept { return shownMap_.load(std::memory_order_acquire); }
+    Slot* firstBlock() const noexcept {
+        return const_cast<Slot*>(reinterpret_cast<const Slot*>(this + 1));
+    }
+    Slot* slot(std::size_t index) const noexcept {
+        return index < capacity_ ? firstBlock() + index : overflow_ + (index - capacity_);
+    }
+    const Message* findInSlots(const ShortKey& key) const noexcept;
+    const Message* findInMap(const std::wstring& key) const;
+    Message& elementInSlots(const ShortKey& key);
+    Message& elementInMap(const ShortKey& key);
+    Message& elementInMap(std::wstring key);
+    Message& insert(std::size_t position, const ShortKey& key);
+
+    /// Null until somebody needs it.
+    mutable std::atomic<ShownMap*> shownMap_ = nullptr;
+    /// For the slots from `capacity_` on; null until they are needed.
+    Slot* overflow_ = nullptr;
+    /// The indices of the slots in use, by key.
+    std::array<std::uint8_t, MAX_SLOTS> order_;
+    /// The slots in use.
+    std::uint8_t size_ = 0;
+    /// Those in the first block.
+    const std::uint8_t capacity_;
+    bool isIndexedBySlots_ = true;
+    /// Held while the shown map is made.
+    mutable std::atomic_flag mapInWork_;
+};
+
+template <class CopyValue>
+void MapNode::copyEntries(const MapNode& source, CopyValue copyValue) {
+    if (source.isIndexedBySlots_) {
+        for (std::size_t i = 0; i < source.size_; ++i) {
+            const Slot& from = source.slotAt(i);
+            Slot* const to = new (slot(i)) Slot{from.key, Message()};
+            order_[i] = size_++;
+            copyValue(from.value, to->value);
+        }
+        return;
+    }
+    ShownMap& copies = *map();
+    for (const auto& [key, value] : *source.map()) {
+        copyValue(MessageAccess::resolve(value), copies.try_emplace(copies.end(), key)->second);
+    }
+}
+
+static_assert(sizeof(MapNode) == 64 && sizeof(MapNode::Slot) == 32);
+
+}  // namespace Korvel
