@@ -30,7 +30,7 @@ void run(benchmark::State& state, const Pair& pair) {
         other += takeTurn(pair.other);
         state.SetIterationTime(own + other - before);
     }
-    const double calls = static_cast<double>(state.iterations() * CALLS_A_TURN);
+    const auto calls = static_cast<double>(state.iterations()) * CALLS_A_TURN;
     state.counters["own"] = own * 1e9 / calls;
     state.counters["other"] = other * 1e9 / calls;
 }
