@@ -14,10 +14,10 @@ double threadTime() {
 }
 
 /// The processor time of one turn in seconds.
-double takeTurn(const Side& side) {
+double takeTurn(const Side& side, std::size_t calls) {
     side.prepare();
     const double begin = threadTime();
-    for (std::size_t i = 0; i < CALLS_A_TURN; ++i) side.call(i);
+    for (std::size_t i = 0; i < calls; ++i) side.call(i);
     return threadTime() - begin;
 }
 
@@ -26,11 +26,12 @@ void run(benchmark::State& state, const Pair& pair) {
     double other = 0;
     while (state.KeepRunning()) {
         const double before = own + other;
-        own += takeTurn(pair.own);
-        other += takeTurn(pair.other);
+        own += takeTurn(pair.own, pair.callsATurn);
+        other += takeTurn(pair.other, pair.callsATurn);
         state.SetIterationTime(own + other - before);
     }
-    const auto calls = static_cast<double>(state.iterations()) * CALLS_A_TURN;
+    const auto turns = static_cast<double>(state.iterations());
+    const double calls = turns * static_cast<double>(pair.callsATurn);
     state.counters["own"] = own * 1e9 / calls;
     state.counters["other"] = other * 1e9 / calls;
 }

@@ -6,9 +6,6 @@
 
 namespace Bench {
 
-/// So many calls of one side are timed in a row before it is the other side's turn.
-inline constexpr std::size_t CALLS_A_TURN = 16;
-
 /// One side of a comparison.
 struct Side {
     /// Gets the number of the call in its turn.
@@ -21,10 +18,12 @@ struct Side {
 struct Pair {
     Side own;
     Side other;
+    /// The calls of one side that are timed in a row before it is the other side's turn.
+    std::size_t callsATurn = 16;
 };
 
-/// Adds a benchmark that runs both sides by turns, so that a disturbance of the machine meets both,
-/// and reports the processor time of a call of each as the counters "own" and "other".
+/// Adds a benchmark in which both sides take turns, so that a disturbance of the machine meets both.
+/// It reports the processor time of a call of each in nanoseconds, as the counters "own" and "other".
 void addPair(const std::string& name, const std::function<Pair()>& make);
 
 }  // namespace Bench
