@@ -22,8 +22,9 @@ struct Pair {
     std::size_t callsATurn = 16;
 };
 
-/// Adds a benchmark in which both sides take turns, so that a disturbance of the machine meets both.
-/// It reports the processor time of a call of each in nanoseconds, as the counters "own" and "other".
+/// Adds a benchmark in which both sides take turns, so that a disturbance of the machine meets
+/// both. It reports the processor time of a call of each in nanoseconds, as the counters "own" and
+/// "other".
 void addPair(const std::string& name, const std::function<Pair()>& make);
 
 }  // namespace Bench
