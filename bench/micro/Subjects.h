@@ -15,6 +15,9 @@ void addIconvConversions();
 void addKorvelTrees();
 void addNlohmannTrees();
 
+void addKorvelMaps();
+void addKorvelSinks();
+
 void addGrowth();
 
 }  // namespace Bench

@@ -7,6 +7,8 @@ int main(int count, char** words) {
     Bench::addKorvelConversions();
     Bench::addIconvConversions();
     Bench::addKorvelTrees();
+    Bench::addKorvelMaps();
+    Bench::addKorvelSinks();
     Bench::addGrowth();
 #ifdef BENCH_NLOHMANN
     Bench::addNlohmannRendering();

@@ -1,6 +1,7 @@
 #include "pipeline/Measure.h"
 #include "pipeline/Modes.h"
 #include "support/KorvelRequest.h"
+#include "support/TemporaryPath.h"
 
 #include <Korvel/FileSink.h>
 #include <Korvel/LogglySink.h>

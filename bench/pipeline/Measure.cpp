@@ -2,7 +2,6 @@
 
 #include <malloc.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -66,14 +65,6 @@ std::size_t countLines(const std::filesystem::path& file) {
         }
     }
     return lines;
-}
-
-TemporaryPath::TemporaryPath(const std::filesystem::path& directory, const std::string& name)
-    : path_(directory / (name + '-' + std::to_string(getpid()))) {}
-
-TemporaryPath::~TemporaryPath() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
 }
 
 }  // namespace Bench

@@ -48,18 +48,4 @@ std::size_t heapInUse();
 /// is not.
 std::size_t countLines(const std::filesystem::path& file);
 
-/// A file name of its own for this process in `directory`; the file goes with the object.
-class TemporaryPath {
-public:
-    TemporaryPath(const std::filesystem::path& directory, const std::string& name);
-    TemporaryPath(const TemporaryPath&) = delete;
-    TemporaryPath& operator=(const TemporaryPath&) = delete;
-    ~TemporaryPath();
-
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
 }  // namespace Bench

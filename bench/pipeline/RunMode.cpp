@@ -1,6 +1,7 @@
 #include "pipeline/Measure.h"
 #include "pipeline/Modes.h"
 #include "pipeline/Subject.h"
+#include "support/TemporaryPath.h"
 
 #include <fstream>
 #include <iostream>

@@ -98,14 +98,21 @@ def take_micro(samples, effort):
     )
     runs = [run for run in report["benchmarks"] if run["run_type"] == "iteration"]
     for run in sorted(runs, key=lambda run: run["repetition_index"]):
-        name = "micro/" + run["name"].removesuffix("/manual_time")
-        # A batch of trees is timed by hand, in real time. The rest is one thread's work, of which
-        # the processor time is less disturbed by others.
-        batch = run.get("items")
-        samples[name].append(run["real_time"] / batch if batch else run["cpu_time"])
-        if "bytes" in run:
-            samples[name + "/bytes"] = [run["bytes"]]
+        take_run(samples, "micro/" + run["name"].removesuffix("/manual_time"), run)
     require_same_length(samples)
+
+
+def take_run(samples, name, run):
+    if "own" in run:
+        samples[name + "/own"].append(run["own"])
+        samples[name + "/other"].append(run["other"])
+        return
+    # A batch of trees is timed by hand, in real time. The rest is one thread's work, of which the
+    # processor time is less disturbed by others.
+    batch = run.get("items")
+    samples[name].append(run["real_time"] / batch if batch else run["cpu_time"])
+    if "bytes" in run:
+        samples[name + "/bytes"] = [run["bytes"]]
 
 
 def require_same_length(samples):

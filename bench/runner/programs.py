@@ -1,6 +1,7 @@
 """The programs that are run, and how."""
 
 import json
+import os
 import pathlib
 import subprocess
 import sys
@@ -38,7 +39,8 @@ def command(mode, subject, **options):
 
 
 def output_of(words):
-    result = subprocess.run(words, capture_output=True, text=True)
+    environment = {**os.environ, "TMPDIR": str(FILES)}
+    result = subprocess.run(words, capture_output=True, text=True, env=environment)
     if result.returncode != 0:
         sys.exit(f"{' '.join(words)} failed:\n{result.stderr}")
     return result
@@ -49,4 +51,5 @@ def pipeline(mode, subject, **options):
 
 
 def micro(*options):
+    FILES.mkdir(exist_ok=True)
     return json.loads(output_of([str(MICRO), "--benchmark_format=json", *options]).stdout)
