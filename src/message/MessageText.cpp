@@ -9,8 +9,19 @@
 
 #include <cstring>
 #include <new>
+#include <stdexcept>
 
 namespace Korvel {
+namespace {
+
+/// The text up to its first NUL.
+template <class Unit>
+std::basic_string_view<Unit> viewOf(const Unit* text) {
+    if (text == nullptr) throw std::logic_error("Message from a null text pointer");
+    return text;
+}
+
+}  // namespace
 
 TextNode* TextNode::create(std::size_t size) {
     return new (::operator new(sizeof(TextNode) + size)) TextNode{size};
@@ -21,7 +32,7 @@ void TextNode::destroy(TextNode* node) noexcept {
 }
 
 Message::Message(const char* text) : Message() {
-    const std::string_view bytes(text);
+    const std::string_view bytes = viewOf(text);
     if (bytes.size() < TextBlock::SIZE) {
         // The quick way for most, which may leave a wrong text for the others to replace.
         bytes.copy(makeText(bytes.size()), bytes.size());
@@ -35,7 +46,7 @@ Message::Message(const char* text) : Message() {
     }
 }
 
-Message::Message(const wchar_t* text) : Message(std::wstring_view(text), Whole()) {}
+Message::Message(const wchar_t* text) : Message(viewOf(text), Whole()) {}
 
 Message::Message(std::wstring_view text, Whole) : Message() {
     storeUnits(text);
