@@ -98,10 +98,18 @@ public:
     Message(std::map<std::string, Message> entries);
     Message(std::map<std::wstring, Message> entries);
     Message(std::initializer_list<std::pair<std::string, Message>> entries);
-    Message(std::initializer_list<std::pair<std::wstring, Message>> entries);
+    /// A template so that empty braces prefer the narrow form: clang takes two forms of the same
+    /// rank for an ambiguity and refuses `message = {}`.
+    template <class Key = std::wstring>
+    Message(std::initializer_list<std::pair<Detail::NotDeduced<Key>, Message>> entries)
+        : Message(WideKeys(), entries) {}
 
-    /// A Vector that takes over the storage of `elements`. Name the type of a list inside a list:
-    /// what compilers make of nested braces without it differs.
+    /// A Vector that takes over the storage of `elements`.
+    ///
+    /// A list is best written `Message(std::vector<Message>{...})`, also inside another list: that
+    /// has exactly these elements on every compiler. Braces alone can make a text or a Map of a
+    /// short list, and compilers differ about a `std::vector<Message>` as the only element of
+    /// another one. docs/values.md shows what they make.
     Message(std::vector<Message> elements);
 
     Message(const Message& source);
@@ -224,11 +232,13 @@ private:
     struct Teardown;
     struct TakeOver {};
     struct Whole {};
+    struct WideKeys {};
     using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
 
     /// The one construction that transfers; for the library's own hand-over of an entry.
     Message(TakeOver, Message& source) noexcept : value_(source.take()) {}
     Message(std::wstring_view text, Whole);
+    Message(WideKeys, std::initializer_list<std::pair<std::wstring, Message>> entries);
 
     Type type() const noexcept { return value_.plain.type; }
     bool isShortText() const noexcept { return type() >= Type::ShortText && type() < Type::Text; }

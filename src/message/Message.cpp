@@ -40,7 +40,8 @@ Message::Message(std::initializer_list<std::pair<std::string, Message>> entries)
     for (const auto& [key, value] : entries) node.place(std::string_view(key)) = value;
 }
 
-Message::Message(std::initializer_list<std::pair<std::wstring, Message>> entries) : Message() {
+Message::Message(WideKeys, std::initializer_list<std::pair<std::wstring, Message>> entries)
+    : Message() {
     MapNode& node = becomeFlatMap(entries.size());
     for (const auto& [key, value] : entries) node.place(std::wstring_view(key)) = value;
 }
