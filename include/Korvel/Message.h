@@ -50,9 +50,10 @@ public:
     /// A Null.
     Message() noexcept : value_{{Type::Null, {}}} {}
 
-    /// A Boolean, of `bool` alone: nothing else turns into a truth value.
-    template <class T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
-    Message(T value) noexcept : value_{{Type::Boolean, {}}} {
+    /// A Boolean, of `bool` and of what converts to `bool` alone, such as `std::true_type`,
+    /// `std::atomic<bool>` and an element of `std::vector<bool>`.
+    template <class T, std::enable_if_t<Detail::isTruth<T>, int> = 0>
+    Message(const T& value) noexcept(std::is_same_v<T, bool>) : value_{{Type::Boolean, {}}} {
         value_.plain.payload.boolean = value;
     }
 
@@ -71,36 +72,43 @@ public:
     template <class T, std::enable_if_t<Detail::isWholeNumber<T>, int> = 0>
     Message(T value) : Message(Detail::toInteger(value)) {}
 
-    /// A character is neither a text nor a number: pass a string, or convert it to an integer.
-    template <class T, std::enable_if_t<Detail::isCharacter<T>, int> = 0>
-    Message(T value) = delete;
-    /// Neither is a pointer, and a null one is no Null: that is `Message()`.
-    template <class T, std::enable_if_t<!Detail::isText<T>, int> = 0>
-    Message(T* pointer) = delete;
-    Message(std::nullptr_t) = delete;
+    /// Everything else is an error of compilation: a character, a pointer that is no text, a null
+    /// pointer, a view, a container of other values, a lambda.
+    template <class T, std::enable_if_t<Detail::isForeign<T>, int> = 0>
+    Message(const T&) = delete;  // No Message holds a value of this type: convert it first.
 
-    /// A String of the text up to its first NUL. `text` must not be null.
+    /// A String of the text up to its first NUL. A null pointer throws `std::logic_error`.
     Message(const char* text);
     Message(const wchar_t* text);
-    /// A String of the text up to its first NUL: what stands behind an embedded NUL is dropped.
-    template <class T, std::enable_if_t<std::is_same_v<T, std::string>, int> = 0>
-    Message(const T& text) : Message(text.c_str()) {}
-    /// A String of the whole text, embedded NULs included.
+    /// A String of the text up to its first NUL: what follows an embedded NUL is dropped. The
+    /// argument is a `std::string` or of a class that converts to it, as a derived class does.
+    template <class T, std::enable_if_t<Detail::isNarrowText<T>, int> = 0>
+    Message(const T& text) : Message(static_cast<const std::string&>(text).c_str()) {}
+    /// A String of the whole text, embedded NULs included, of `std::wstring` or such a class.
     ///
     /// Both are templates so that no brace list converts to a string on its way here: a list that
     /// was meant as a Map, with a value that no Message can hold, is an error of compilation.
-    template <class T, std::enable_if_t<std::is_same_v<T, std::wstring>, int> = 0>
-    Message(const T& text) : Message(std::wstring_view(text), Whole()) {}
+    template <class T, std::enable_if_t<Detail::isWideText<T>, int> = 0>
+    Message(const T& text)
+        : Message(std::wstring_view(static_cast<const std::wstring&>(text)), Whole()) {}
 
     /// A Map, also of an empty argument. Of two entries that have the same key after conversion,
     /// the later one stands. Empty braces alone are a default construction and so a Null.
     Message(std::map<std::string, Message> entries);
     Message(std::map<std::wstring, Message> entries);
     Message(std::initializer_list<std::pair<std::string, Message>> entries);
-    Message(std::initializer_list<std::pair<std::wstring, Message>> entries);
+    /// A template so that empty braces prefer the narrow form: clang takes two forms of the same
+    /// rank for an ambiguity and refuses `message = {}`.
+    template <class Key = std::wstring>
+    Message(std::initializer_list<std::pair<Detail::NotDeduced<Key>, Message>> entries)
+        : Message(WideKeys(), entries) {}
 
-    /// A Vector that takes over the storage of `elements`. Name the type of a list inside a list:
-    /// what compilers make of nested braces without it differs.
+    /// A Vector that takes over the storage of `elements`.
+    ///
+    /// A list is best written `Message(std::vector<Message>{...})`, also inside another list: that
+    /// has exactly these elements on every compiler. Braces alone can make a text or a Map of a
+    /// short list, and compilers differ about a `std::vector<Message>` as the only element of
+    /// another one. docs/values.md shows what they make.
     Message(std::vector<Message> elements);
 
     Message(const Message& source);
@@ -263,11 +271,13 @@ private:
     using Value = Detail::Value;
     struct TakeOver {};
     struct Whole {};
+    struct WideKeys {};
     using Visitor = void (*)(void* target, std::wstring_view key, const Message& value);
 
     /// The one construction that transfers.
     Message(TakeOver, Message& source) noexcept : value_(source.take()) {}
     Message(std::wstring_view text, Whole);
+    Message(WideKeys, std::initializer_list<std::pair<std::wstring, Message>> entries);
 
     /// The value, with what it owns: a text or a container leaves a Null, a scalar stays here.
     Value take() noexcept {

@@ -67,7 +67,8 @@ Message::Message(std::initializer_list<std::pair<std::string, Message>> entries)
     for (const auto& [key, value] : entries) map.element(std::string_view(key)) = value;
 }
 
-Message::Message(std::initializer_list<std::pair<std::wstring, Message>> entries) : Message() {
+Message::Message(WideKeys, std::initializer_list<std::pair<std::wstring, Message>> entries)
+    : Message() {
     MapNode& map = makeMap(value_, entries.size());
     for (const auto& [key, value] : entries) map.element(std::wstring_view(key)) = value;
 }

@@ -6,6 +6,8 @@
 
 #include <Korvel/Message.h>
 
+#include <stdexcept>
+
 namespace Korvel {
 namespace {
 
@@ -38,6 +40,13 @@ void storeUnits(Value& value, std::wstring_view text) {
     Utf::encodeExact(make(value, size), text);
 }
 
+/// The text up to its first NUL.
+template <class Unit>
+std::basic_string_view<Unit> viewOf(const Unit* text) {
+    if (text == nullptr) throw std::logic_error("Message from a null text pointer");
+    return text;
+}
+
 const Value& requireString(const Message& message) {
     if (!message.isString()) throw WrongTypeException();
     return MessageAccess::value(MessageAccess::resolve(message));
@@ -54,7 +63,7 @@ void MessageText::copy(const Value& source, Value& copy) {
 // The object is complete here, so its destructor frees what a failure leaves.
 
 Message::Message(const char* text) : Message() {
-    const std::string_view bytes(text);
+    const std::string_view bytes = viewOf(text);
     if (bytes.size() < TextBlock::SIZE) {
         // The quick way for most, with the same caution.
         bytes.copy(make(value_, bytes.size()), bytes.size());
@@ -68,7 +77,7 @@ Message::Message(const char* text) : Message() {
     }
 }
 
-Message::Message(const wchar_t* text) : Message(std::wstring_view(text), Whole()) {}
+Message::Message(const wchar_t* text) : Message(viewOf(text), Whole()) {}
 
 Message::Message(std::wstring_view text, Whole) : Message() {
     storeUnits(value_, text);

@@ -1,5 +1,37 @@
 #include "support/Test.h"
 
+#include <atomic>
+#include <optional>
+
+namespace {
+
+struct Name : std::string {
+    using std::string::string;
+};
+struct Label {
+    operator std::string() const { return "label"; }
+    operator bool() const { return true; }
+};
+struct WideLabel {
+    operator std::wstring() const { return {L"a\0b", 3}; }
+};
+struct Switch {
+    operator bool() const { return true; }
+};
+struct Handle {
+    operator int*() const { return nullptr; }
+};
+struct Either {
+    operator bool() const { return true; }
+    operator int() const { return 1; }
+};
+enum Choice { first };
+
+template <class... T>
+constexpr bool holdsAny = (std::is_constructible_v<Message, T> || ...);
+
+}  // namespace
+
 TEST(Message, EveryArgumentSelectsItsType) {
     using Map = std::map<std::wstring, Message>;
     const std::pair<Message, const char*> values[] = {
@@ -23,12 +55,41 @@ TEST(Message, EveryArgumentSelectsItsType) {
     EXPECT_THROW(Message(std::uint64_t{9223372036854775808U}), std::range_error);
     char buffer[] = "mutable";
     EXPECT_EQ(Message(buffer).getString(), "mutable");
-    EXPECT_FALSE(
-        (std::is_constructible_v<Message, char> || std::is_constructible_v<Message, int*>));
-    EXPECT_FALSE((std::is_constructible_v<Message, int Message::*>));
-    EXPECT_FALSE((std::is_constructible_v<Message, decltype([] {})>));
     EXPECT_THROW((void)Message(1).getDouble(), WrongTypeException);
     EXPECT_STREQ(WrongTypeException().what(), "You tried to access the wrong type.");
+}
+
+TEST(Message, ConvertsClassesThatAreTextsOrTruthValues) {
+    std::vector<bool> bits{true, false};
+    const std::atomic<bool> atomic = true;
+    const Message message{{"atomic", atomic},
+                          {"bit", bits[1]},
+                          {"label", Label()},
+                          {"name", Name("a\0b", 3)},
+                          {"path", std::filesystem::path("p")},
+                          {"switch", Switch()},
+                          {"true", std::true_type()},
+                          {"wide", WideLabel()}};
+    EXPECT_EQ(message.toJson(false, ""),
+              R"({"atomic":true,"bit":false,"label":"label","name":"a","path":"p",)"
+              R"("switch":true,"true":true,"wide":"a\u0000b"})");
+    EXPECT_EQ(Message(std::vector<Message>{bits[0], bits[1]}).toJson(false, ""), "[true,false]");
+}
+
+TEST(Message, RefusesEveryOtherTypeAndANullText) {
+    EXPECT_FALSE((holdsAny<char, wchar_t, char16_t, char8_t, long double, Choice>));
+    EXPECT_FALSE(
+        (holdsAny<std::nullptr_t, int*, void*, const char8_t*, int Message::*, void (*)()>));
+    EXPECT_FALSE(
+        (holdsAny<Handle, Either, std::atomic<int>&, std::optional<bool>, decltype([] {})>));
+    EXPECT_FALSE((holdsAny<std::string_view, std::u8string, std::vector<int>, std::vector<bool>>));
+    // Even a deleted constructor for iterators would make them two elements.
+    const std::vector<Message> list{1, 2, 3};
+    EXPECT_EQ((std::vector<Message>{list.begin(), list.end()}.size()), 3U);
+    const char* narrow = nullptr;
+    const wchar_t* wide = nullptr;
+    EXPECT_THROW(Message{narrow}, std::logic_error);
+    EXPECT_THROW(Message{wide}, std::logic_error);
 }
 
 TEST(Message, OnlyMoveAssignmentTransfers) {

@@ -2,14 +2,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Korvel {
+
+class Message;
 
 /// Which arguments a Message takes as what. Nothing here is for users.
-namespace Korvel::Detail {
+namespace Detail {
 
 template <class T>
 inline constexpr bool isCharacter =
@@ -19,13 +27,11 @@ inline constexpr bool isCharacter =
 #endif
     std::is_same_v<T, char32_t>;
 
+template <class T, bool = std::is_integral_v<T>>
+inline constexpr bool isWholeNumber = false;
 template <class T>
-inline constexpr bool isWholeNumber = std::is_integral_v<T> && !std::is_same_v<T, bool> &&
-                                      !isCharacter<T> && sizeof(T) <= sizeof(std::int64_t);
-
-template <class T>
-inline constexpr bool isText =
-    std::is_convertible_v<T*, const char*> || std::is_convertible_v<T*, const wchar_t*>;
+inline constexpr bool isWholeNumber<T, true> =
+    !std::is_same_v<T, bool> && !isCharacter<T> && sizeof(T) <= sizeof(std::int64_t);
 
 /// A literal, a pointer to text or a view, which needs no temporary string on its way to a Map.
 template <class T, class Unit>
@@ -55,4 +61,81 @@ std::int64_t toInteger(T value) {
     return static_cast<std::int64_t>(value);
 }
 
-}  // namespace Korvel::Detail
+/// Keeps a template parameter from being deduced from the argument.
+template <class T>
+using NotDeduced = std::enable_if_t<true, T>;
+
+template <class To>
+To implicitly(To value);
+
+/// As std::is_convertible, but false for a type that is only declared: overload resolution asks
+/// about every argument of a function that has an overload for a Message.
+template <class T, class To, class = void>
+inline constexpr bool converts = false;
+template <class T, class To>
+inline constexpr bool
+    converts<T, To, std::void_t<decltype(implicitly<To>(std::declval<const T&>()))>> = true;
+
+/// A Message, something derived from it, or something with a conversion function to it.
+template <class T, class = void>
+inline constexpr bool isMessage = std::is_convertible_v<T*, const Message*>;
+template <class T>
+inline constexpr bool
+    isMessage<T, std::void_t<decltype(std::declval<const T&>().operator Message())>> = true;
+
+/// A string, or a class that converts to it and not to the other string.
+template <class T, class Text, class Other>
+inline constexpr bool isTextClass =
+    std::is_class_v<T> && !isMessage<T> && converts<T, Text> && !converts<T, Other>;
+template <class T>
+inline constexpr bool isNarrowText = isTextClass<T, std::string, std::wstring>;
+template <class T>
+inline constexpr bool isWideText = isTextClass<T, std::wstring, std::string>;
+
+std::false_type selectBool(int);
+std::true_type selectBool(bool);
+template <class T>
+using SelectsBool = decltype(selectBool(std::declval<const T&>()));
+template <class T>
+using Promoted = decltype(+std::declval<const T&>());
+
+/// A bool, or something that converts to bool and to no other value. C++ converts a pointer to bool
+/// too, and so a lambda, which converts to a pointer: those are not promoted to int.
+template <class T, class = void>
+inline constexpr bool isTruth = false;
+template <class T>
+inline constexpr bool isTruth<T, std::void_t<SelectsBool<T>, Promoted<T>>> =
+    !std::is_enum_v<T> && !isMessage<T> && !converts<T, std::string> &&
+    !converts<T, std::wstring> && std::is_same_v<Promoted<T>, int> && SelectsBool<T>::value;
+
+/// One function for each constructor of a Message that is not a template.
+void construct(std::int64_t);
+void construct(float);
+void construct(double);
+void construct(const char*);
+void construct(const wchar_t*);
+void construct(std::map<std::string, Message>);
+void construct(std::map<std::wstring, Message>);
+void construct(std::initializer_list<std::pair<std::string, Message>>);
+void construct(std::initializer_list<std::pair<std::wstring, Message>>);
+void construct(std::vector<Message>);
+
+template <class T, class = void>
+inline constexpr bool isOther = false;
+template <class T>
+inline constexpr bool isOther<T, std::void_t<decltype(construct(std::declval<const T&>()))>> = true;
+
+template <class T, class = void>
+inline constexpr bool isIterator = false;
+template <class T>
+inline constexpr bool isIterator<T, std::void_t<typename T::iterator_category>> = true;
+
+/// What no constructor takes, except iterators. A deleted constructor takes part in overload
+/// resolution, and one for iterators would make two elements of `std::vector<Message>{begin, end}`.
+template <class T>
+inline constexpr bool isForeign =
+    !isMessage<T> && !isTruth<T> && !isWholeNumber<T> && !isNarrowText<T> && !isWideText<T> &&
+    !isOther<T> && !isIterator<T>;
+
+}  // namespace Detail
+}  // namespace Korvel
