@@ -16,10 +16,14 @@ namespace {
 using Detail::Type;
 using Detail::Value;
 
-/// Makes a Null a Map that has room for `size` entries.
-MapNode& makeMap(Value& value, std::size_t size) {
-    value.plain = {Type::Map, {.map = MapNode::create(size)}};
-    return *value.plain.payload.map;
+/// Makes a Null a Map of entries whose values it moves, or copies where they are const.
+template <class Entries>
+void makeMap(Value& value, Entries& entries) {
+    MapNode* const map = MapNode::create(entries.size());
+    value.plain = {Type::Map, {.map = map}};
+    for (auto& [key, element] : entries) {
+        map->element(std::basic_string_view(key)) = std::move(element);
+    }
 }
 
 bool fitsIntoSlots(const std::map<std::wstring, Message>& entries) {
@@ -48,29 +52,22 @@ std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> so
 // leaves.
 
 Message::Message(std::map<std::string, Message> entries) : Message() {
-    MapNode& map = makeMap(value_, entries.size());
-    for (auto& [key, value] : entries) map.element(std::string_view(key)) = std::move(value);
+    makeMap(value_, entries);
 }
 
 Message::Message(std::map<std::wstring, Message> entries) : Message() {
-    if (fitsIntoSlots(entries)) {
-        MapNode& map = makeMap(value_, entries.size());
-        for (auto& [key, value] : entries) map.element(std::wstring_view(key)) = std::move(value);
-    } else {
-        MapNode* const map = MapNode::create(withSplitKeys(std::move(entries)));
-        value_.plain = {Type::Map, {.map = map}};
-    }
+    if (fitsIntoSlots(entries)) return makeMap(value_, entries);
+    MapNode* const map = MapNode::create(withSplitKeys(std::move(entries)));
+    value_.plain = {Type::Map, {.map = map}};
 }
 
 Message::Message(std::initializer_list<std::pair<std::string, Message>> entries) : Message() {
-    MapNode& map = makeMap(value_, entries.size());
-    for (const auto& [key, value] : entries) map.element(std::string_view(key)) = value;
+    makeMap(value_, entries);
 }
 
 Message::Message(WideKeys, std::initializer_list<std::pair<std::wstring, Message>> entries)
     : Message() {
-    MapNode& map = makeMap(value_, entries.size());
-    for (const auto& [key, value] : entries) map.element(std::wstring_view(key)) = value;
+    makeMap(value_, entries);
 }
 
 Message::Message(std::vector<Message> elements) : Message() {
