@@ -5,14 +5,16 @@
 #include "message/text/Utf.h"
 #include "sinks/OutputFile.h"
 
+#include <cassert>
+
 namespace Korvel {
 namespace {
 
-constexpr std::size_t NOTICE_BYTES = 500;
+constexpr std::size_t MAX_NOTICE_BYTES = 500;
 
 Message oversizeNotice(std::string_view text) {
     return {{"message", "Message to long"},
-            {"messageData", Utf::readablePrefix(text, NOTICE_BYTES)}};
+            {"messageData", Utf::readablePrefix(text, MAX_NOTICE_BYTES)}};
 }
 
 }  // namespace
@@ -23,8 +25,10 @@ FileSink::FileSink(const std::filesystem::path& path, bool truncate, bool pretty
                    path, truncate ? OutputFile::Mode::Truncate : OutputFile::Mode::Append),
                pretty, sizeLimit) {}
 
-FileSink::FileSink(std::unique_ptr<OutputFile> stream, bool pretty, std::uint64_t sizeLimit)
-    : stream_(std::move(stream)), pretty_(pretty), sizeLimit_(sizeLimit) {}
+FileSink::FileSink(std::unique_ptr<OutputFile> file, bool pretty, std::uint64_t sizeLimit)
+    : file_(std::move(file)), pretty_(pretty), sizeLimit_(sizeLimit) {
+    assert(file_ != nullptr);
+}
 
 FileSink::~FileSink() = default;
 
@@ -59,12 +63,12 @@ void FileSink::appendString(std::string text) {
 
 std::uint64_t FileSink::getSize() {
     const std::lock_guard<std::mutex> guard(sinkLock);
-    return stream_->position();
+    return file_->position();
 }
 
 void FileSink::write(std::string_view line) {
     const std::lock_guard<std::mutex> guard(sinkLock);
-    stream_->write(line);
+    file_->write(line);
 }
 
 }  // namespace Korvel

@@ -15,19 +15,21 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <limits>
 #include <string>
 
 namespace Korvel {
 namespace {
 
 constexpr int CLOSED = -1;
+constexpr std::uint64_t ALL_ONES = (std::numeric_limits<std::uint64_t>::max)();
 
 #ifdef _WIN32
 
 int openFile(const std::filesystem::path& path, OutputFile::Mode mode) {
     // Binary, because the runtime's own text mode would cut a long line into several writes.
-    constexpr int FLAGS = _O_WRONLY | _O_CREAT | _O_BINARY | _O_NOINHERIT;
-    constexpr int BY_MODE[] = {_O_TRUNC, _O_APPEND, _O_EXCL};
+    constexpr int FLAGS = _O_WRONLY | _O_APPEND | _O_CREAT | _O_BINARY | _O_NOINHERIT;
+    constexpr int BY_MODE[] = {_O_TRUNC, 0, _O_EXCL, _O_EXCL};
     const int flags = FLAGS | BY_MODE[static_cast<int>(mode)];
     return _wsopen(path.c_str(), flags, _SH_DENYNO, _S_IREAD | _S_IWRITE);
 }
@@ -50,21 +52,27 @@ std::int64_t writeSome(int descriptor, const char* bytes, std::size_t size) {
     return _write(descriptor, bytes, static_cast<unsigned>((std::min)(size, std::size_t{INT_MAX})));
 }
 
-std::int64_t seek(int descriptor, int origin) {
-    return _lseeki64(descriptor, 0, origin);
+std::int64_t endOf(int descriptor) {
+    return _lseeki64(descriptor, 0, SEEK_END);
 }
 
 int makeDirectory(const std::filesystem::path& directory) {
     return _wmkdir(directory.c_str());
 }
 
+bool isPrivateDirectory(const std::filesystem::path& directory) {
+    std::error_code error;
+    return std::filesystem::is_directory(directory, error);
+}
+
 #else
 
 int openFile(const std::filesystem::path& path, OutputFile::Mode mode) {
-    constexpr mode_t READ_AND_WRITE = 0666;  // What the umask leaves of it.
-    constexpr int BY_MODE[] = {O_TRUNC, O_APPEND, O_EXCL};
-    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | BY_MODE[static_cast<int>(mode)];
-    return open(path.c_str(), flags, READ_AND_WRITE);
+    constexpr int FLAGS = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
+    constexpr int BY_MODE[] = {O_TRUNC, 0, O_EXCL, O_EXCL};
+    const int flags = FLAGS | BY_MODE[static_cast<int>(mode)];
+    const mode_t permissions = mode == OutputFile::Mode::CreatePrivate ? 0600 : 0666;
+    return open(path.c_str(), flags, permissions);
 }
 
 void closeFile(int descriptor) {
@@ -83,12 +91,19 @@ std::int64_t writeSome(int descriptor, const char* bytes, std::size_t size) {
     return written;
 }
 
-std::int64_t seek(int descriptor, int origin) {
-    return lseek(descriptor, 0, origin);
+std::int64_t endOf(int descriptor) {
+    return lseek(descriptor, 0, SEEK_END);
 }
 
 int makeDirectory(const std::filesystem::path& directory) {
     return mkdir(directory.c_str(), S_IRWXU);
+}
+
+/// Asked of the name itself: a link could lead to a directory of ours.
+bool isPrivateDirectory(const std::filesystem::path& directory) {
+    struct stat status = {};
+    return lstat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
 #endif
@@ -98,9 +113,7 @@ int makeDirectory(const std::filesystem::path& directory) {
 OutputFile::OutputFile(const std::filesystem::path& path, Mode mode)
     : descriptor_(openFile(path, mode)),
       hasFailed_(descriptor_ == CLOSED),
-      wasTaken_(hasFailed_ && mode == Mode::CreateNew && errno == EEXIST) {
-    if (!hasFailed_ && mode == Mode::Append) seek(descriptor_, SEEK_END);
-}
+      wasTaken_(hasFailed_ && errno == EEXIST) {}
 
 OutputFile::~OutputFile() {
     if (descriptor_ != CLOSED) closeFile(descriptor_);
@@ -118,11 +131,20 @@ void OutputFile::write(std::string_view text) {
             hasFailed_ = true;
         }
     }
+    bytesWritten_ += done;
 }
 
 std::uint64_t OutputFile::position() const {
     // A failed seek gives -1, which reads as all ones.
-    return static_cast<std::uint64_t>(hasFailed_ ? -1 : seek(descriptor_, SEEK_CUR));
+    return hasFailed_ ? ALL_ONES : static_cast<std::uint64_t>(endOf(descriptor_));
+}
+
+std::uint64_t OutputFile::bytesWritten() const {
+    return hasFailed_ ? ALL_ONES : bytesWritten_;
+}
+
+bool OutputFile::firstWriteFailed() const {
+    return hasFailed_ && descriptor_ != CLOSED && bytesWritten_ == 0;
 }
 
 bool OutputFile::wasTaken() const {
@@ -133,7 +155,7 @@ void createPrivateDirectory(const std::filesystem::path& directory, std::error_c
     error.clear();
     if (makeDirectory(directory) == 0) return;
     const std::error_code failure(errno, std::generic_category());
-    if (!std::filesystem::is_directory(directory, error)) error = failure;
+    if (!isPrivateDirectory(directory)) error = failure;
 }
 
 }  // namespace Korvel

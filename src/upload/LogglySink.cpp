@@ -1,22 +1,23 @@
 #include <Korvel/LogglySink.h>
 
+#include "sinks/OutputFile.h"
 #include "upload/StagingFile.h"
+#include "upload/StagingListing.h"
 #include "upload/UploadRun.h"
 
 #include <chrono>
 #include <system_error>
+#include <utility>
 
 namespace Korvel {
 namespace {
 
 using std::filesystem::path;
 
-/// By the name alone, and from its last dot on: ".log" has the extension ".log" here.
-bool hasStagingSuffix(const path& file) {
-    const path name = file.filename();
-    const auto dot = name.native().rfind(path::value_type('.'));
-    if (dot == path::string_type::npos) return false;
-    return name.native().substr(dot + 1) == LogglySink::SUFFIX.native();
+/// Asks the disk for the size, because another process can have written to the file.
+void removeIfEmpty(const path& file) {
+    std::error_code error;
+    if (std::filesystem::file_size(file, error) == 0) std::filesystem::remove(file, error);
 }
 
 }  // namespace
@@ -45,7 +46,7 @@ void LogglySink::flush() {
 void LogglySink::append(const Message& message) {
     const std::lock_guard<std::mutex> guard(sinkLock);
     // A failed file reports the largest size, so it is replaced too.
-    if (fileSink_->getSize() >= MAX_FILE_SIZE) rotate();
+    if (fileSink_->file_->bytesWritten() >= MAX_FILE_SIZE) rotate();
     fileSink_->append(message);
 }
 
@@ -55,10 +56,21 @@ void LogglySink::useNewFile() {
 }
 
 /// Replaces the current file; the sink's lock must be held.
+///
+/// The new file must not get a name that an upload run may give back to one of its files: that
+/// rename would replace the new file, and its writer would go on in a file without a name. Looking
+/// at the disk cannot rule this out, because the run renames without a lock. So every name of a run
+/// is reserved until the run has ended. No other run can start in between, because listing its
+/// files takes the sink's lock.
 void LogglySink::rotate() {
-    StagingFile next = createStagingFile(directory_);
-    currentFile_ = std::move(next.path);
+    const auto run = runFiles_.lock();
+    StagingFile next = createStagingFile(directory_, OutputFile::Mode::CreateNew, run.get());
+    const path replaced = std::exchange(currentFile_, std::move(next.path));
+    const bool holdsNothing = fileSink_ != nullptr && fileSink_->file_->firstWriteFailed();
     fileSink_.reset(new FileSink(std::move(next.file), false, MAX_ENTRY_SIZE));
+    // While the disk is full, this is every append. No run has the file in its list, because it was
+    // the current one until now.
+    if (holdsNothing) removeIfEmpty(replaced);
 }
 
 void LogglySink::setUploadFile(std::function<bool(const path&)> uploadFile) {
@@ -70,21 +82,40 @@ void LogglySink::setUploadFile(std::function<bool(const path&)> uploadFile) {
 void LogglySink::uploadTemporaryFiles() {
     if (uploadRunning()) return;
     try {
-        uploadFuture_ = std::async(std::launch::async, [this, files = getLogFiles()]() mutable {
+        uploadFuture_ = std::async(std::launch::async, [this, files = listForRun()]() mutable {
             // Taken out of the task, which lives until the next run, so that it ends with this one.
             const auto list = std::move(files);
-            runUpload(list);
+            runUpload(*list);
         });
     } catch (const std::system_error&) {
         // No run then: the files stay, and the next call tries again.
     }
 }
 
+/// Lists the files of a run and reserves their names in one step.
+std::shared_ptr<const std::vector<path>> LogglySink::listForRun() {
+    StagingListing listing(directory_);
+    const std::lock_guard<std::mutex> guard(sinkLock);
+    const auto files = std::make_shared<std::vector<path>>(listing.filesBut(currentFile_));
+    moveToEnd(*files, runEnders_);
+    runFiles_ = files;
+    return files;
+}
+
 void LogglySink::runUpload(const std::vector<path>& files) {
     std::unique_lock<std::mutex> guard(uploadMutex_);
     const auto uploadFile = uploadFile_;
     guard.unlock();
-    for (const path& file : files) uploadStagedFile(file, uploadFile);
+    for (const path& file : files) {
+        try {
+            uploadStagedFile(file, uploadFile);
+        } catch (...) {
+            // After the others that have ended a run, so that each of them gets its turn.
+            std::erase(runEnders_, file);
+            runEnders_.push_back(file);
+            throw;
+        }
+    }
 }
 
 bool LogglySink::uploadRunning() const {
@@ -97,17 +128,9 @@ void LogglySink::waitForUpload() const {
 }
 
 std::vector<path> LogglySink::getLogFiles() {
-    std::vector<path> files;
-    std::error_code error;
-    std::filesystem::directory_iterator entry(directory_, error);
+    StagingListing listing(directory_);
     const std::lock_guard<std::mutex> guard(sinkLock);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        path file = directory_ / entry->path().filename();
-        // By text: both paths are the directory joined with a name.
-        if (file.native() == currentFile_.native() || !hasStagingSuffix(file)) continue;
-        files.push_back(std::move(file));
-    }
-    return files;
+    return listing.filesBut(currentFile_);
 }
 
 }  // namespace Korvel

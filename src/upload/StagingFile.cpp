@@ -4,6 +4,7 @@
 #include <Korvel/LogglySink.h>
 
 #include <algorithm>
+#include <cassert>
 #include <chrono>
 #include <limits>
 #include <stdexcept>
@@ -28,6 +29,14 @@ bool isFree(const path& candidate) {
     std::error_code error;
     const auto status = std::filesystem::status(candidate, error);
     return error || status.type() == std::filesystem::file_type::not_found;
+}
+
+/// Compares the text, because every staged path is the directory joined with a name.
+bool isReserved(const path& candidate, const std::vector<path>* reserved) {
+    return reserved != nullptr &&
+           std::any_of(reserved->begin(), reserved->end(), [&candidate](const path& name) {
+               return name.native() == candidate.native();
+           });
 }
 
 }  // namespace
@@ -65,12 +74,21 @@ std::wstring stagingPrefix() {
     return prefix;
 }
 
-StagingFile createStagingFile(const path& directory) {
+path temporaryName(const path& stagedPath) {
+    return path(stagedPath) += ".tmp";
+}
+
+StagingFile createStagingFile(const path& directory, OutputFile::Mode mode,
+                              const std::vector<path>* reserved) {
+    assert(mode == OutputFile::Mode::CreateNew || mode == OutputFile::Mode::CreatePrivate);
     StagingNames names(directory, stagingPrefix());
     while (true) {
-        StagingFile staging = {names.nextFree(), nullptr};
-        staging.file = std::make_unique<OutputFile>(staging.path, OutputFile::Mode::CreateNew);
-        if (!staging.file->wasTaken()) return staging;
+        path candidate = names.nextFree();
+        // In this order: a run keeps its names reserved until after its last rename, so a name that
+        // is no longer reserved can be looked up on the disk.
+        if (isReserved(candidate, reserved) || !isFree(temporaryName(candidate))) continue;
+        auto file = std::make_unique<OutputFile>(candidate, mode);
+        if (!file->wasTaken()) return {std::move(candidate), std::move(file)};
     }
 }
 

@@ -1,6 +1,10 @@
 #include "upload/UploadRun.h"
 
+#include "upload/StagingFile.h"
+
+#include <algorithm>
 #include <system_error>
+#include <unordered_map>
 
 namespace Korvel {
 namespace {
@@ -12,7 +16,7 @@ using std::filesystem::path;
 class ScopedRename {
 public:
     explicit ScopedRename(const path& stagedPath)
-        : temporaryPath_(path(stagedPath) += ".tmp"), stagedPath_(stagedPath) {
+        : temporaryPath_(temporaryName(stagedPath)), stagedPath_(stagedPath) {
         std::error_code error;
         std::filesystem::rename(stagedPath_, temporaryPath_, error);
         moved_ = !error;
@@ -37,6 +41,19 @@ private:
 void uploadStagedFile(const path& stagedPath, const std::function<bool(const path&)>& uploadFile) {
     const ScopedRename rename(stagedPath);
     if (uploadFile(rename.temporaryPath())) removeDelivered(rename.temporaryPath());
+}
+
+void moveToEnd(std::vector<path>& files, std::vector<path>& last) {
+    if (last.empty()) return;
+    std::unordered_map<path::string_type, std::size_t> ranks;
+    for (const path& file : last) ranks.emplace(file.native(), ranks.size());
+    const auto firstLast = std::stable_partition(
+        files.begin(), files.end(),
+        [&ranks](const path& file) { return !ranks.contains(file.native()); });
+    std::sort(firstLast, files.end(), [&ranks](const path& left, const path& right) {
+        return ranks.at(left.native()) < ranks.at(right.native());
+    });
+    last.assign(firstLast, files.end());
 }
 
 void removeDelivered(const path& file) {

@@ -3,8 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #ifndef _WIN32
-#include <sys/resource.h>
-#include <csignal>
+#include "support/FileSizeLimit.h"
 #endif
 
 struct FileSinkTest : testing::Test {
@@ -20,7 +19,7 @@ struct FileSinkTest : testing::Test {
         {"count", 3}, {"message", "DiskCheck"}, {"timestamp", "2026-11-18T21:16:42.123Z"}};
 };
 
-TEST_F(FileSinkTest, WorkedExamplesComeOutByteForByte) {
+TEST_F(FileSinkTest, EntriesUpToTheLimitAreWrittenAsTheyAreAndLongerOnesAsANotice) {
     const std::string line =
         R"({"count":3,"message":"DiskCheck","timestamp":"2026-11-18T21:16:42.123Z"})";
     EXPECT_EQ(written(entry, false, 72), line + "\n");
@@ -64,23 +63,31 @@ TEST_F(FileSinkTest, OpensForTruncationOrForMoreAndFailsSilently) {
     EXPECT_THROW(failed.append(L"\xD83D\x0041"), std::range_error);
 }
 
+TEST_F(FileSinkTest, AppendsWhereTheFileEndsAfterSomebodyElseHasCutIt) {
+    for (const bool truncate : {true, false}) {
+        FileSink sink(file, truncate, false, UINT64_MAX);
+        sink.appendString("copied away");
+        std::filesystem::resize_file(file, 0);
+        EXPECT_EQ(sink.getSize(), 0U);
+        sink.appendString("next");
+        EXPECT_EQ(readFile(file), "next\n");
+        EXPECT_EQ(sink.getSize(), std::filesystem::file_size(file));
+    }
+}
+
 #ifndef _WIN32
 TEST_F(FileSinkTest, NothingIsWrittenAfterAFailedWrite) {
-    rlimit before = {};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
     {
         FileSink sink(file, true, false, UINT64_MAX);
         sink.appendString("whole");
-        const rlimit full = {9, before.rlim_max};
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
-        sink.appendString("torn line");
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+        {
+            const FileSizeLimit full(9);
+            sink.appendString("torn line");
+        }
         EXPECT_EQ(sink.getSize(), UINT64_MAX);
         sink.appendString("later");
         sink.flush();
     }
-    std::signal(SIGXFSZ, previous);
     EXPECT_EQ(readFile(file), "whole\ntor");
 }
 #endif

@@ -16,7 +16,7 @@ static void makeConsole(SinkRules& rules) {
 /// Where the system appends atomically, lines of two sinks on one file stay whole because each is a
 /// single write.
 static void makeFiles(SinkRules& rules) {
-    const auto create = [&rules] { return FileSink::create(rules.file, false, true, UINT64_MAX); };
+    const auto create = [&rules] { return FileSink::create(rules.file, true, true, UINT64_MAX); };
     const auto all = [](const Message&) { return true; };
     rules.sinks = {std::make_shared<Filter>(create(), all)};
 #ifndef _WIN32

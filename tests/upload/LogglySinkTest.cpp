@@ -2,6 +2,10 @@
 
 #include <algorithm>
 
+#ifndef _WIN32
+#include "support/FileSizeLimit.h"
+#endif
+
 namespace fs = std::filesystem;
 
 /// The rotating sink on a directory of its own, and what stands in there.
@@ -14,6 +18,22 @@ struct LogglySinkTest : testing::Test {
         }
         std::sort(found.begin(), found.end());
         return found;
+    }
+
+    /// How many files hold each text.
+    std::map<std::string, int> texts() const {
+        std::map<std::string, int> found;
+        for (const auto& entry : fs::directory_iterator(directory.path)) ++found[readFile(entry)];
+        return found;
+    }
+
+    /// What the first staging file of that moment is called.
+    static std::string stagingName(std::chrono::system_clock::time_point moment) {
+        std::wstring stamp = createIso8601String(moment);
+        for (const wchar_t mark : {L'.', L':'}) {
+            std::replace(stamp.begin(), stamp.end(), mark, L'-');
+        }
+        return Message::wstrToStr(stamp) + "_0.log";
     }
 
     static void run(LogglySink& sink) {
@@ -113,6 +133,89 @@ TEST_F(LogglySinkTest, ErrorsEndTheRunAndLeaveTheFilesReady) {
     EXPECT_EQ(sink.getLogFiles(), ready);
 }
 
+TEST_F(LogglySinkTest, EntriesThatEndARunDoNotKeepTheRestFromBeingOffered) {
+    // Directories that hold something, between files in whatever order the file system lists them.
+    const auto putAround = [this](const std::string& name) {
+        put("a " + name + ".log");
+        fs::create_directories(directory.path / (name + ".log") / "in the way");
+        put("z " + name + ".log");
+    };
+    for (const char* name : {"first", "second", "third"}) putAround(name);
+    LogglySink sink(directory.path);
+    std::map<std::string, int> offers;
+    sink.setUploadFile([&offers](const fs::path& file) {
+        if (fs::is_directory(file)) ++offers[file.filename().string()];
+        return true;
+    });
+    for (int i = 0; i < 4; ++i) run(sink);
+    EXPECT_EQ(sink.getLogFiles().size(), 3U);
+    for (int i = 0; i < 5; ++i) run(sink);
+    EXPECT_EQ(offers, (std::map<std::string, int>{
+                          {"first.log.tmp", 3}, {"second.log.tmp", 3}, {"third.log.tmp", 3}}));
+}
+
+TEST_F(LogglySinkTest, RotationTakesNoNameOfAFileInUpload) {
+    constexpr int ROUNDS = 10;
+    LogglySink sink(directory.path);
+    std::string name;
+    const auto appendToANewFileAtItsTime = [&] {
+        while (LogglySink::getNewFileName(directory.path) < directory.path / name) continue;
+        sink.useNewFile();
+        sink.append("appended");
+        return false;
+    };
+    const auto putForLater = [&](const char* suffix, const std::string& text) {
+        name = stagingName(std::chrono::system_clock::now() + std::chrono::milliseconds(20));
+        put(name + suffix, text);
+    };
+    sink.setUploadFile(
+        [&](const fs::path& file) { return file.stem() == name && appendToANewFileAtItsTime(); });
+    for (int i = 0; i < ROUNDS; ++i) {
+        putForLater("", "staged\n");
+        run(sink);
+        putForLater(".tmp", "left by a dead process\n");
+        appendToANewFileAtItsTime();
+        EXPECT_FALSE(fs::exists(directory.path / name));
+    }
+    EXPECT_EQ(texts(), (std::map<std::string, int>{{"", 1},
+                                                   {"staged\n", ROUNDS},
+                                                   {"left by a dead process\n", ROUNDS},
+                                                   {"\"appended\"\n", 2 * ROUNDS}}));
+}
+
+TEST_F(LogglySinkTest, EmptyPathStagesAndUploadsInTheCurrentDirectory) {
+    const fs::path before = fs::current_path();
+    fs::current_path(directory.path);
+    {
+        LogglySink sink("");
+        sink.append("entry");
+        sink.useNewFile();
+        EXPECT_EQ(sink.getLogFiles(), std::vector<fs::path>{names()[0]});
+        sink.setUploadFile([](const fs::path&) { return true; });
+        run(sink);
+    }
+    fs::current_path(before);
+    EXPECT_EQ(texts(), (std::map<std::string, int>{{"", 1}}));
+}
+
+#ifndef _WIN32
+TEST_F(LogglySinkTest, FullDiskLeavesTornLinesButNoEmptyFiles) {
+    LogglySink sink(directory.path);
+    {
+        const FileSizeLimit full(0);
+        for (int i = 0; i < 100; ++i) sink.append("dropped");
+        EXPECT_EQ(names().size(), 1U);
+    }
+    {
+        const FileSizeLimit full(3);
+        sink.append("torn");
+    }
+    sink.append("whole");
+    for (int i = 0; i < 2; ++i) sink.useNewFile();
+    EXPECT_EQ(texts(), (std::map<std::string, int>{{"\"to", 1}, {"\"whole\"\n", 1}, {"", 2}}));
+}
+#endif
+
 TEST_F(LogglySinkTest, BlockedRunDelaysNeitherAppendNorRotationAndTheEndWaitsForIt) {
     Gate entered;
     Gate released;
@@ -141,70 +244,4 @@ TEST_F(LogglySinkTest, BlockedRunDelaysNeitherAppendNorRotationAndTheEndWaitsFor
     std::printf("Slowest append during a blocked run: %.3f ms\n", slowest.count());
     EXPECT_LT(slowest.count(), 1000);
     EXPECT_EQ(names().size(), 3U);  // Two staged, and the one that came later.
-}
-
-/// Direct uploads go below the system's temporary directory, which the environment names.
-struct DirectUpload : LogglySinkTest {
-    DirectUpload() { setTemporary(directory.path.string()); }
-    ~DirectUpload() override { setTemporary(before); }
-
-    static void setTemporary(const std::string& path) {
-#ifdef _WIN32
-        _putenv_s("TMP", path.c_str());
-#else
-        setenv("TMPDIR", path.c_str(), 1);
-#endif
-    }
-
-    const std::string before = fs::temp_directory_path().string();
-    const fs::path work = directory.path / "directUpload";
-};
-
-TEST_F(DirectUpload, FileIsWholeAndItsFateFollowsTheAnswer) {
-    Entries seen;
-    const auto upload = [&seen](const fs::path& file) {
-        seen.push_back(file.extension().string() + readFile(file));
-        return seen.size() == 1 || (seen.size() == 2 && fs::remove(file));
-    };
-    LogglySink::directUploadLogEntry({{"count", 3}}, upload);
-    EXPECT_EQ(seen.at(0), ".log{\"count\":3}\n");
-#ifndef _WIN32
-    EXPECT_EQ(fs::status(work).permissions(), fs::perms::owner_all);
-#endif
-    LogglySink::directUploadLogEntry(1, upload);
-    EXPECT_TRUE(fs::is_empty(work));
-    LogglySink::directUploadLogEntry(std::string(2000000, 'x'), upload);
-    EXPECT_EQ(seen.at(2).size(), 2000007U);
-    EXPECT_THROW(LogglySink::directUploadLogEntry(1, nullptr), std::bad_function_call);
-    EXPECT_THROW(LogglySink::directUploadLogEntry(L"\xD83D\x0041", upload), std::range_error);
-    EXPECT_EQ(std::distance(fs::directory_iterator(work), {}), 3);
-}
-
-TEST_F(DirectUpload, DirectoryErrorsReachTheCaller) {
-    put("directUpload");
-    const fs::path missing = directory.path / "missing";
-    for (const std::string text : {"create_directories(p): invalid argument",
-                                   "temp_directory_path(): can't find temp directory"}) {
-        try {
-            LogglySink::directUploadLogEntry(1, [](const fs::path&) { return true; });
-            ADD_FAILURE() << "no error";
-        } catch (const fs::filesystem_error& error) {
-            EXPECT_NE(std::string(error.what()).find(text), std::string::npos) << error.what();
-        }
-        setTemporary(missing.string());
-    }
-}
-
-TEST_F(DirectUpload, ManyThreadsGetAFileEach) {
-    const auto upload = [](const fs::path&) { return false; };
-    std::vector<JoiningThread> threads;
-    for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&upload] {
-            for (int i = 0; i < 200; ++i) LogglySink::directUploadLogEntry("x", upload);
-        });
-    }
-    threads.clear();
-    std::map<std::string, int> contents;
-    for (const auto& entry : fs::directory_iterator(work)) ++contents[readFile(entry)];
-    EXPECT_EQ(contents, (std::map<std::string, int>{{"\"x\"\n", 1600}}));
 }
