@@ -21,9 +21,7 @@ template <class Entries>
 void makeMap(Value& value, Entries& entries) {
     MapNode* const map = MapNode::create(entries.size());
     value.plain = {Type::Map, {.map = map}};
-    for (auto& [key, element] : entries) {
-        map->element(std::basic_string_view(key)) = std::move(element);
-    }
+    for (auto& [key, element] : entries) map->element(key) = std::move(element);
 }
 
 bool fitsIntoSlots(const std::map<std::wstring, Message>& entries) {
@@ -56,9 +54,12 @@ Message::Message(std::map<std::string, Message> entries) : Message() {
 }
 
 Message::Message(std::map<std::wstring, Message> entries) : Message() {
-    if (fitsIntoSlots(entries)) return makeMap(value_, entries);
-    MapNode* const map = MapNode::create(withSplitKeys(std::move(entries)));
-    value_.plain = {Type::Map, {.map = map}};
+    if (fitsIntoSlots(entries)) {
+        makeMap(value_, entries);
+    } else {
+        MapNode* const map = MapNode::create(withSplitKeys(std::move(entries)));
+        value_.plain = {Type::Map, {.map = map}};
+    }
 }
 
 Message::Message(std::initializer_list<std::pair<std::string, Message>> entries) : Message() {
