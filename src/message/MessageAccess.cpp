@@ -19,7 +19,8 @@ std::size_t MessageAccess::footprint(const Message& message, std::size_t limit) 
     std::size_t size = 0;
     // Every level of recursion adds to the size, so the limit also bounds the depth.
     const auto add = [&size, limit](const Message& child) {
-        if (size < limit) size += sizeof child + footprint(child, limit - size);
+        size += sizeof child;
+        if (!child.value_.isSelfContained() && size < limit) size += footprint(child, limit - size);
     };
     const auto& payload = message.value_.plain.payload;
     switch (type(message)) {
