@@ -4,17 +4,12 @@
 #include <Korvel/Logger.h>
 #include <Korvel/Sink.h>
 
-#include <atomic>
-#include <condition_variable>
-#include <cstdint>
-#include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace Korvel {
+
+class Pipeline;
 
 /// The Logger at the end of every chain: it queues entries and delivers them to its sinks on one
 /// worker thread of its own, so a thread that logs never waits for a destination.
@@ -95,47 +90,7 @@ public:
     void stopProcessing();
 
 private:
-    using Entries = std::deque<Message>;
-
-    bool onWorkerThread() const noexcept;
-    void collectWorker();
-    void wakeWorker();
-    void answerFlush();
-    void processQueue() noexcept;
-    void sleep(std::unique_lock<std::mutex>& queueLock, bool isIdle);
-    void deliver(Entries& batch);
-    void handBack(Entries::iterator begin, Entries::iterator end);
-    void flushSinks();
-    std::unique_lock<std::mutex> lockQueue();
-    std::unique_lock<std::mutex> lockSinks();
-    std::unique_lock<std::mutex> lockSinksForWorker();
-
-    /// How many calls of installSink and removeSink wait for sinksMutex_.
-    std::atomic<unsigned> sinksWanted_ = 0;
-    /// Held by such a call until it has sinksMutex_. The worker passes through it if there are any,
-    /// so that its next entry cannot overtake them.
-    std::mutex sinksTurn_;
-    std::mutex sinksMutex_;
-    std::vector<std::shared_ptr<Sink>> sinks_;
-
-    /// Guards what follows up to the worker.
-    std::mutex queueMutex_;
-    std::condition_variable queueSignal_;
-    Entries queue_;
-    /// Entries that every sink has seen and that are still to be destroyed.
-    Entries delivered_;
-    /// The worker needs a signal to see an entry.
-    bool workerSleeps_ = false;
-    std::condition_variable flushSignal_;
-    bool flushRequested_ = false;
-    /// Counted so that a waiting flush sees its answer even if the next request follows at once.
-    std::uint64_t flushAnswers_ = 0;
-
-    std::thread workerThread_;
-    /// The id of workerThread_, set before the first delivery; the empty id without a thread.
-    std::atomic<std::thread::id> workerId_ = std::thread::id();
-    std::atomic<bool> running_ = false;
-    std::atomic<bool> accepting_ = true;
+    std::unique_ptr<Pipeline> pipeline_;
 };
 
 }  // namespace Korvel
