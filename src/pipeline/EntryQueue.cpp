@@ -4,6 +4,8 @@
 
 #include <array>
 #include <cassert>
+#include <cstddef>
+#include <new>
 #include <utility>
 
 namespace Korvel {
@@ -23,6 +25,17 @@ constexpr std::chrono::seconds MAX_FLUSH_DELAY(1);
 /// With the capacity of the ring it bounds the recycled entries of a handler to 2 MiB.
 constexpr std::size_t MAX_RECYCLABLE = 2048;
 
+/// Called for every entry for which there is no delivered one to destroy, so the process may be
+/// growing. It makes the allocator take many pages from the system at once. glibc takes them one by
+/// one for most threads, each with a system call under a lock that all threads share.
+void growHeap() noexcept {
+    constexpr unsigned ENTRIES = 64;
+    // About what so many entries need, and little enough for glibc to keep it once it is freed.
+    constexpr std::size_t SIZE = ENTRIES * std::size_t{960};
+    thread_local unsigned entries = 0;
+    if (++entries % ENTRIES == 0) ::operator delete(::operator new(SIZE, std::nothrow));
+}
+
 }  // namespace
 
 void EntryQueue::push(Message&& entry) {
@@ -35,6 +48,7 @@ void EntryQueue::push(Message&& entry) {
         mustWake = std::exchange(workerSleeps_, false);
     }
     if (mustWake) workerSignal_.notify_all();
+    if (recycled.isNull()) growHeap();
 }
 
 void EntryQueue::flush() {
@@ -147,7 +161,7 @@ void EntryQueue::sleep(std::unique_lock<std::mutex>& queueLock) {
 
 /// Returns whether there were any. Some at a time, so that the lock is never held for long.
 bool EntryQueue::discardSomeRecycled() noexcept {
-    std::array<Message, 64> some;
+    std::array<Message, 64> some;  // Destroyed after the lock is released.
     const std::lock_guard<std::mutex> queueLock(mutex_);
     const bool hadAny = !recycled_.isEmpty();
     for (Message& entry : some) {

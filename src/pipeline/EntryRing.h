@@ -30,9 +30,8 @@ public:
     }
 
 private:
-    /// Some tenths of a millisecond of work for the callers of a busy handler, and 16 KiB.
+    /// Enough for what many callers add while the worker delivers one batch.
     static constexpr std::size_t CAPACITY = 1024;
-    static_assert(sizeof(Message) == 16);
 
     std::array<Message, CAPACITY> slots_;
     std::size_t first_ = 0;

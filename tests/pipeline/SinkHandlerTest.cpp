@@ -188,6 +188,55 @@ TEST(SinkHandler, FlushNeverHangsBesideADyingOrStoppingWorker) {
     }
 }
 
+TEST(SinkHandler, WhatIsAcceptedDuringAFlushOfAnotherThreadIsDeliveredAndFlushed) {
+    using Call = std::function<void(SinkHandler&, const std::shared_ptr<Sink>&)>;
+    const Call calls[] = {[](auto& handler, auto&) { handler.flush(); },
+                          [](auto& handler, auto&) { handler.stopProcessing(); },
+                          [](auto& handler, auto& sink) { handler.removeSink(sink); }};
+    for (const Call& call : calls) {
+        SinkHandler handler;
+        const auto sink = std::make_shared<RecordingSink>();
+        Gate flushing;
+        Gate logged;
+        handler.installSink(sink);
+        handler.installSink(std::make_shared<LambdaSink>([](const Message&) {},
+                                                         [&] {
+                                                             flushing.open();
+                                                             logged.wait();
+                                                             // For the call to come in.
+                                                             std::this_thread::sleep_for(
+                                                                 std::chrono::milliseconds(20));
+                                                         }));
+        const JoiningThread other([&handler] { handler.flush(); });
+        flushing.wait();
+        handler.log("late", {});
+        logged.open();
+        call(handler, sink);
+        EXPECT_EQ(sink->entries, Entries{R"({"message":"late"})"});
+        EXPECT_EQ(sink->flushes, 2);
+    }
+}
+
+TEST_F(SinkHandlerTest, FlushReturnsUnderALoadThatNeverLetsTheQueueRunEmpty) {
+    std::atomic<int> accepted = 0;
+    std::atomic<int> appended = 0;
+    std::atomic<bool> isOver = false;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    install([&](const Message&) {
+        ++appended;
+        while (!isOver && accepted <= appended) std::this_thread::yield();
+    });
+    handler.startProcessing();
+    const JoiningThread producer([&] {
+        while (!isOver) {
+            if (accepted - appended < 2 && handler.log("T", {})) ++accepted;
+            if (std::chrono::steady_clock::now() > end) isOver = true;
+        }
+    });
+    handler.flush();
+    EXPECT_FALSE(isOver.exchange(true));
+}
+
 TEST_F(SinkHandlerTest, FlushWakesAnIdleWorkerAtOnce) {
     handler.startProcessing();
     const auto begin = std::chrono::steady_clock::now();
