@@ -26,8 +26,11 @@ class Pipeline;
 /// A sleeping worker is woken at once. One that has just delivered lets entries gather for about a
 /// tenth of a millisecond (on Windows for up to a tick of its timer, some 16 ms) before it looks
 /// again, so that a steady load does not wake it for each of them; flush and stopProcessing cut
-/// that short. Memory of delivered entries is freed by the threads that log, one entry for each
-/// that they add, and by the worker when it has nothing to do.
+/// that short.
+///
+/// Memory. Each call of log frees one delivered entry, the oldest, if there is one of up to about
+/// 2 KiB. The worker frees larger ones at once, what exceeds 1,024 of them, and the rest when it
+/// has nothing to do. docs/platforms.md says how a process gets smaller again after a burst.
 ///
 /// Stopping: stopProcessing, and so the destructor, refuses further entries, delivers what is
 /// queued, flushes the sinks and joins the worker. Destroy a handler before the end of `main` and
@@ -62,10 +65,13 @@ public:
     bool log(const std::wstring& type, Message message) override;
 
     /// Returns after everything accepted before the call has been delivered and all sinks have been
-    /// flushed. Without a worker it returns at once and does nothing, and it also returns, without
-    /// an error, when the worker ends meanwhile. Concurrent calls share one pass over the sinks: a
-    /// call that arrives during a pass returns at the end of that pass, which can be before entries
-    /// that its caller has just logged are delivered.
+    /// flushed since. Without a worker it returns at once and does nothing, and it also returns,
+    /// without an error, when the worker ends meanwhile. Concurrent calls share a pass over the
+    /// sinks that begins after all of them.
+    ///
+    /// The sinks are flushed once the queue is empty. Under a load that never lets it run empty,
+    /// they are flushed between two batches about a second after the call, or later if the entries
+    /// before the call take longer.
     ///
     /// On the worker thread: `std::logic_error` "Calling flush() from inside the logger thread is
     /// forbidden". The same comes out of removeSink and stopProcessing there.
