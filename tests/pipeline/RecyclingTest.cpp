@@ -9,10 +9,15 @@ std::atomic<int> liveBlocks = 0;
 thread_local int freedBlocks = 0;
 thread_local bool isOutOfMemory = false;
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     void* const block = isOutOfMemory ? nullptr : std::malloc(size);
+    if (block != nullptr) ++liveBlocks;
+    return block;
+}
+
+void* operator new(std::size_t size) {
+    void* const block = operator new(size, std::nothrow);
     if (block == nullptr) throw std::bad_alloc();
-    ++liveBlocks;
     return block;
 }
 
