@@ -28,9 +28,10 @@ class Pipeline;
 /// again, so that a steady load does not wake it for each of them; flush and stopProcessing cut
 /// that short.
 ///
-/// Memory. Each call of log frees one delivered entry, the oldest, if there is one of up to about
-/// 2 KiB. The worker frees larger ones at once, what exceeds 1,024 of them, and the rest when it
-/// has nothing to do. docs/platforms.md says how a process gets smaller again after a burst.
+/// Memory. Each call of log frees the oldest of the delivered entries that wait for that. Only
+/// entries of up to about 2 KiB do, 1,024 of them at most; the worker frees all others at once, and
+/// those as well when it has nothing to do. docs/platforms.md says how a process shrinks after a
+/// burst.
 ///
 /// Stopping: stopProcessing, and so the destructor, refuses further entries, delivers what is
 /// queued, flushes the sinks and joins the worker. Destroy a handler before the end of `main` and

@@ -53,7 +53,8 @@ public:
     /// Takes over delivered entries, all recyclable or Null. Destroys those for which there is no
     /// room.
     void recycle(Entries::iterator begin, Entries::iterator end) noexcept;
-    /// The last call of a worker, however it ends: all flushes return.
+    /// The last call of a worker, however it ends, or for one that could not be started. All
+    /// flushes return.
     void retireWorker() noexcept;
 
 private:
@@ -76,8 +77,8 @@ private:
     EntryRing recycled_;
     /// The worker needs a signal to see an entry.
     bool workerSleeps_ = false;
-    /// Flush requests are numbered. Those up to `flushesDue_` wait for nothing but the sinks, once
-    /// the worker has delivered its batch. Never less than the next one:
+    /// Flush requests are numbered: completed <= due <= requested. A request is due once everything
+    /// accepted before it has been delivered or is in the worker's batch.
     std::uint64_t flushesRequested_ = 0;
     std::uint64_t flushesDue_ = 0;
     std::uint64_t flushesCompleted_ = 0;
