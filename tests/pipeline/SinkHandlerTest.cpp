@@ -1,5 +1,6 @@
 #include "support/Test.h"
 
+#include <atomic>
 #include <chrono>
 
 /// A handler that holds its entries back, with one sink that records.
