@@ -4,17 +4,12 @@
 #include <Korvel/Logger.h>
 #include <Korvel/Sink.h>
 
-#include <atomic>
-#include <condition_variable>
-#include <cstdint>
-#include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace Korvel {
+
+class Pipeline;
 
 /// The Logger at the end of every chain: it queues entries and delivers them to its sinks on one
 /// worker thread of its own, so a thread that logs never waits for a destination.
@@ -31,8 +26,12 @@ namespace Korvel {
 /// A sleeping worker is woken at once. One that has just delivered lets entries gather for about a
 /// tenth of a millisecond (on Windows for up to a tick of its timer, some 16 ms) before it looks
 /// again, so that a steady load does not wake it for each of them; flush and stopProcessing cut
-/// that short. Memory of delivered entries is freed by the threads that log, one entry for each
-/// that they add, and by the worker when it has nothing to do.
+/// that short.
+///
+/// Memory. Each call of log frees the oldest of the delivered entries that wait for that. Only
+/// entries of up to about 2 KiB do, 1,024 of them at most; the worker frees all others at once, and
+/// those as well when it has nothing to do. docs/platforms.md says how a process shrinks after a
+/// burst.
 ///
 /// Stopping: stopProcessing, and so the destructor, refuses further entries, delivers what is
 /// queued, flushes the sinks and joins the worker. Destroy a handler before the end of `main` and
@@ -67,10 +66,13 @@ public:
     bool log(const std::wstring& type, Message message) override;
 
     /// Returns after everything accepted before the call has been delivered and all sinks have been
-    /// flushed. Without a worker it returns at once and does nothing, and it also returns, without
-    /// an error, when the worker ends meanwhile. Concurrent calls share one pass over the sinks: a
-    /// call that arrives during a pass returns at the end of that pass, which can be before entries
-    /// that its caller has just logged are delivered.
+    /// flushed since. Without a worker it returns at once and does nothing, and it also returns,
+    /// without an error, when the worker ends meanwhile. Concurrent calls share a pass over the
+    /// sinks that begins after all of them.
+    ///
+    /// The sinks are flushed once the queue is empty. Under a load that never lets it run empty,
+    /// they are flushed between two batches about a second after the call, or later if the entries
+    /// before the call take longer.
     ///
     /// On the worker thread: `std::logic_error` "Calling flush() from inside the logger thread is
     /// forbidden". The same comes out of removeSink and stopProcessing there.
@@ -95,47 +97,7 @@ public:
     void stopProcessing();
 
 private:
-    using Entries = std::deque<Message>;
-
-    bool onWorkerThread() const noexcept;
-    void collectWorker();
-    void wakeWorker();
-    void answerFlush();
-    void processQueue() noexcept;
-    void sleep(std::unique_lock<std::mutex>& queueLock, bool isIdle);
-    void deliver(Entries& batch);
-    void handBack(Entries::iterator begin, Entries::iterator end);
-    void flushSinks();
-    std::unique_lock<std::mutex> lockQueue();
-    std::unique_lock<std::mutex> lockSinks();
-    std::unique_lock<std::mutex> lockSinksForWorker();
-
-    /// How many calls of installSink and removeSink wait for sinksMutex_.
-    std::atomic<unsigned> sinksWanted_ = 0;
-    /// Held by such a call until it has sinksMutex_. The worker passes through it if there are any,
-    /// so that its next entry cannot overtake them.
-    std::mutex sinksTurn_;
-    std::mutex sinksMutex_;
-    std::vector<std::shared_ptr<Sink>> sinks_;
-
-    /// Guards what follows up to the worker.
-    std::mutex queueMutex_;
-    std::condition_variable queueSignal_;
-    Entries queue_;
-    /// Entries that every sink has seen and that are still to be destroyed.
-    Entries delivered_;
-    /// The worker needs a signal to see an entry.
-    bool workerSleeps_ = false;
-    std::condition_variable flushSignal_;
-    bool flushRequested_ = false;
-    /// Counted so that a waiting flush sees its answer even if the next request follows at once.
-    std::uint64_t flushAnswers_ = 0;
-
-    std::thread workerThread_;
-    /// The id of workerThread_, set before the first delivery; the empty id without a thread.
-    std::atomic<std::thread::id> workerId_ = std::thread::id();
-    std::atomic<bool> running_ = false;
-    std::atomic<bool> accepting_ = true;
+    std::unique_ptr<Pipeline> pipeline_;
 };
 
 }  // namespace Korvel

@@ -1,5 +1,6 @@
 #include "support/Test.h"
 
+#include <atomic>
 #include <chrono>
 
 /// A handler that holds its entries back, with one sink that records.
@@ -186,6 +187,54 @@ TEST(SinkHandler, FlushNeverHangsBesideADyingOrStoppingWorker) {
             handler.startProcessing();
         }
     }
+}
+
+TEST(SinkHandler, WhatIsAcceptedDuringAFlushOfAnotherThreadIsDeliveredAndFlushed) {
+    using Call = std::function<void(SinkHandler&, const std::shared_ptr<Sink>&)>;
+    const Call calls[] = {[](auto& handler, auto&) { handler.flush(); },
+                          [](auto& handler, auto&) { handler.stopProcessing(); },
+                          [](auto& handler, auto& sink) { handler.removeSink(sink); }};
+    for (const Call& call : calls) {
+        const auto sink = std::make_shared<RecordingSink>();
+        Gate flushing;
+        Gate logged;
+        const auto onFlush = [&] {
+            flushing.open();
+            logged.wait();
+            // Most likely the call arrives during this pass. If not, the result is the same.
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        };
+        SinkHandler handler;
+        handler.installSink(sink);
+        handler.installSink(std::make_shared<LambdaSink>([](const Message&) {}, onFlush));
+        const JoiningThread other([&handler] { handler.flush(); });
+        flushing.wait();
+        handler.log("late", {});
+        logged.open();
+        call(handler, sink);
+        EXPECT_EQ(sink->entries, Entries{R"({"message":"late"})"});
+        EXPECT_EQ(sink->flushes, 2);
+    }
+}
+
+TEST(SinkHandler, FlushReturnsUnderALoadThatNeverLetsTheQueueRunEmpty) {
+    std::atomic<int> accepted = 0;
+    std::atomic<int> appended = 0;
+    std::atomic<bool> isOver = false;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    SinkHandler handler;
+    handler.installSink(std::make_shared<LambdaSink>([&](const Message&) {
+        ++appended;
+        while (!isOver && accepted <= appended) std::this_thread::yield();
+    }));
+    const JoiningThread producer([&] {
+        while (!isOver) {
+            if (accepted - appended < 2 && handler.log("T", {})) ++accepted;
+            if (std::chrono::steady_clock::now() > end) isOver = true;
+        }
+    });
+    handler.flush();
+    EXPECT_FALSE(isOver.exchange(true));
 }
 
 TEST_F(SinkHandlerTest, FlushWakesAnIdleWorkerAtOnce) {

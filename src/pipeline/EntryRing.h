@@ -1,0 +1,41 @@
+#pragma once
+
+#include <Korvel/Message.h>
+
+#include <array>
+#include <cassert>
+#include <cstddef>
+#include <utility>
+
+namespace Korvel {
+
+/// A first-in, first-out queue of Messages in a ring buffer, which allocates nothing after its
+/// construction. Not synchronised.
+class EntryRing {
+public:
+    bool isEmpty() const noexcept { return size_ == 0; }
+    bool isFull() const noexcept { return size_ == CAPACITY; }
+
+    void push(Message&& entry) noexcept {
+        assert(!isFull());
+        slots_[(first_ + size_) % CAPACITY] = std::move(entry);
+        ++size_;
+    }
+
+    void pop(Message& entry) noexcept {
+        assert(!isEmpty());
+        entry = std::move(slots_[first_]);
+        first_ = (first_ + 1) % CAPACITY;
+        --size_;
+    }
+
+private:
+    /// Enough for what many callers add while the worker delivers one batch.
+    static constexpr std::size_t CAPACITY = 1024;
+
+    std::array<Message, CAPACITY> slots_;
+    std::size_t first_ = 0;
+    std::size_t size_ = 0;
+};
+
+}  // namespace Korvel

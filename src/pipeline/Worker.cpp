@@ -1,0 +1,78 @@
+#include "pipeline/Worker.h"
+
+#include "message/MessageAccess.h"
+
+#include <cassert>
+#include <cstddef>
+
+namespace Korvel {
+
+bool Worker::isCurrentThread() const noexcept {
+    return id_.load() == std::this_thread::get_id();
+}
+
+bool Worker::start() noexcept {
+    assert(!thread_.joinable());
+    queue_.admitWorker();
+    try {
+        thread_ = std::thread(&Worker::run, this);
+    } catch (...) {
+        queue_.retireWorker();
+        return false;
+    }
+    return true;
+}
+
+void Worker::join() {
+    if (thread_.joinable()) thread_.join();
+}
+
+void Worker::run() noexcept {
+    id_ = std::this_thread::get_id();
+    try {
+        work();
+    } catch (...) {
+        // A sink has thrown. Nobody can be told; what is still queued waits for the next worker.
+        batch_.clear();
+    }
+    queue_.retireWorker();
+    id_ = std::thread::id();
+}
+
+void Worker::work() {
+    for (;;) {
+        switch (queue_.nextTask(batch_)) {
+        case EntryQueue::Task::Deliver:
+            deliverBatch();
+            break;
+        case EntryQueue::Task::FlushSinks:
+            sinks_.flush();
+            queue_.completeFlush();
+            break;
+        case EntryQueue::Task::LookAgain:
+            break;
+        case EntryQueue::Task::End:
+            return;
+        }
+    }
+}
+
+/// Gives the entries back in groups, which saves locks. What is large goes at once.
+void Worker::deliverBatch() {
+    constexpr std::ptrdiff_t MAX_GROUP = 64;
+    auto group = batch_.begin();
+    for (auto entry = group; entry != batch_.end();) {
+        Message& current = *entry++;
+        // The thread that logged it wrote it on another processor.
+        if (entry != batch_.end()) MessageAccess::prefetch(*entry);
+        sinks_.append(current);
+        if (!EntryQueue::isRecyclable(current)) current = Message();
+        if (entry == batch_.end() || entry - group == MAX_GROUP) {
+            queue_.recycle(group, entry);
+            group = entry;
+        }
+    }
+    batch_.clear();
+}
+
+}  // namespace Korvel

@@ -1,0 +1,84 @@
+#include "support/Test.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <numeric>
+
+std::atomic<int> liveBlocks = 0;
+thread_local int freedBlocks = 0;
+thread_local bool isOutOfMemory = false;
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    void* const block = isOutOfMemory ? nullptr : std::malloc(size);
+    if (block != nullptr) ++liveBlocks;
+    return block;
+}
+
+void* operator new(std::size_t size) {
+    void* const block = operator new(size, std::nothrow);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
+}
+
+void operator delete(void* block) noexcept {
+    if (block == nullptr) return;
+    --liveBlocks;
+    ++freedBlocks;
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept {
+    operator delete(block);
+}
+
+/// A payload that owns `size` texts, each in storage of its own.
+Message listOf(int size) {
+    const std::vector<Message> texts(static_cast<std::size_t>(size), "longer than a Message");
+    return {{"list", texts}};
+}
+
+TEST(Recycling, LogDestroysSmallDeliveredEntriesOldestFirstAndTheWorkerLargeOnes) {
+    constexpr int LARGE = 1000;
+    SinkHandler handler(false);
+    const auto holding = std::make_shared<HoldingSink>();
+    handler.installSink(std::make_shared<Filter>(
+        holding, [](const Message& entry) { return !entry.hasKey("list"); }));
+    const int liveBefore = liveBlocks;
+    for (int i = 0; i < 100; ++i) {
+        handler.log("T", listOf(LARGE));
+        handler.log("T", listOf(1 + i % 50));
+    }
+    handler.log("hold", {});
+    handler.startProcessing();
+    holding->entered.wait();
+    EXPECT_LT(liveBlocks - liveBefore, 10 * LARGE);
+    std::vector<int> freed(32);
+    for (int& count : freed) {
+        const int before = freedBlocks;
+        handler.log("T", {});
+        count = freedBlocks - before;
+    }
+    holding->released.open();
+    std::vector<int> expected(freed.size());
+    std::iota(expected.begin(), expected.end(), freed.front());
+    EXPECT_LT(freed.front(), 20);
+    EXPECT_EQ(freed, expected);
+}
+
+TEST(Recycling, WorkerNeedsNoMemoryOfItsOwn) {
+    int delivered = 0;
+    SinkHandler handler(false);
+    handler.installSink(std::make_shared<LambdaSink>([&delivered](const Message&) {
+        ++delivered;
+        isOutOfMemory = true;  // On this thread, from now on.
+    }));
+    for (int i = 0; i < 3000; ++i) handler.log("T", {});
+    handler.startProcessing();
+    for (int i = 0; i < 2; ++i) {
+        handler.flush();
+        handler.log("T", {});
+    }
+    handler.stopProcessing();
+    EXPECT_EQ(delivered, 3002);
+}
