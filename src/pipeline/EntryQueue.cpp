@@ -64,6 +64,7 @@ void EntryQueue::flush() {
 
 void EntryQueue::admitWorker() {
     const std::lock_guard<std::mutex> queueLock(mutex_);
+    recycled_.allocate();
     hasWorker_ = true;
 }
 

@@ -2,22 +2,27 @@
 
 #include <Korvel/Message.h>
 
-#include <array>
 #include <cassert>
 #include <cstddef>
+#include <memory>
 #include <utility>
 
 namespace Korvel {
 
-/// A first-in, first-out queue of Messages in a ring buffer, which allocates nothing after its
-/// construction. Not synchronised.
+/// A first-in, first-out queue of Messages in a ring buffer. Only `allocate` allocates. Not
+/// synchronised.
 class EntryRing {
 public:
+    /// To be called before the first push. Later calls do nothing.
+    void allocate() {
+        if (slots_ == nullptr) slots_ = std::make_unique<Message[]>(CAPACITY);
+    }
+
     bool isEmpty() const noexcept { return size_ == 0; }
     bool isFull() const noexcept { return size_ == CAPACITY; }
 
     void push(Message&& entry) noexcept {
-        assert(!isFull());
+        assert(slots_ != nullptr && !isFull());
         slots_[(first_ + size_) % CAPACITY] = std::move(entry);
         ++size_;
     }
@@ -33,7 +38,7 @@ private:
     /// Enough for what many callers add while the worker delivers one batch.
     static constexpr std::size_t CAPACITY = 1024;
 
-    std::array<Message, CAPACITY> slots_;
+    std::unique_ptr<Message[]> slots_;
     std::size_t first_ = 0;
     std::size_t size_ = 0;
 };

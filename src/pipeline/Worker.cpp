@@ -13,8 +13,8 @@ bool Worker::isCurrentThread() const noexcept {
 
 bool Worker::start() noexcept {
     assert(!thread_.joinable());
-    queue_.admitWorker();
     try {
+        queue_.admitWorker();
         thread_ = std::thread(&Worker::run, this);
     } catch (...) {
         queue_.retireWorker();

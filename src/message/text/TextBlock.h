@@ -157,7 +157,7 @@ inline bool tryNarrow(char* bytes, const wchar_t* units, std::size_t size) noexc
         std::memcpy(bytes + done, &block, STEP);
     }
     const __m128i high = sizeof(wchar_t) == 4 ? _mm_set1_epi32(~0x7F) : _mm_set1_epi16(~0x7F);
-    const bool isRestAscii = Plain::tryNarrow(bytes + done, units + done, size - done);
+    const bool isRestAscii = Plain::tryNarrow(bytes + done, units + done, size % STEP);
     return isRestAscii && areZero(_mm_and_si128(bits, high));
 }
 
