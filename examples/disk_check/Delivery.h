@@ -32,7 +32,8 @@ public:
 /// Nothing there is ever replaced. Throws `std::runtime_error`.
 std::unique_ptr<Delivery> makeLocalDelivery(const std::filesystem::path& stage);
 
-/// Sends files to the log service at `url` with the token from the environment. Throws UsageError,
+/// Sends files to the log service at `url` with the token from the environment. Throws
+/// `CommandLine::UsageError`,
 /// also where this program was built without libcurl.
 std::unique_ptr<Delivery> makeHttpDelivery(const std::string& url);
 

@@ -180,7 +180,10 @@ public:
 private:
     long post(const std::string& body) const;
     bool isRefused();
+    bool hasAccepted();
     bool offer(const path& file);
+    void accept();
+    void reject(const path& file, const std::string& answer);
     void refuse(long status);
     void count(std::size_t UploadReport::*counter, const std::string& problem = {});
 
@@ -202,16 +205,19 @@ bool LogglyUploader::State::deliver(const path& file) noexcept {
 
 bool LogglyUploader::State::offer(const path& file) {
     const std::string body = readFile(file);
-    const long status = body.empty() ? 200 : post(body);
+    if (body.empty()) {
+        count(&UploadReport::delivered);
+        return true;
+    }
+    const long status = post(body);
     const std::string answer = "the service answers with status " + std::to_string(status);
     switch (status) {
     case 200:
-        count(&UploadReport::delivered);
+        accept();
         return true;
     case 400:
     case 413:
-        count(&UploadReport::rejected, stagedName(file).string() + " is rejected: " + answer +
-                                           ". It is now " + moveAside(file).string() + '.');
+        reject(file, answer);
         return false;
     case 401:
     case 403:
@@ -243,6 +249,29 @@ bool LogglyUploader::State::isRefused() {
     return !report_.refusal.empty();
 }
 
+bool LogglyUploader::State::hasAccepted() {
+    const std::lock_guard<std::mutex> guard(mutex_);
+    return report_.hasAccepted;
+}
+
+void LogglyUploader::State::accept() {
+    const std::lock_guard<std::mutex> guard(mutex_);
+    ++report_.delivered;
+    report_.hasAccepted = true;
+}
+
+void LogglyUploader::State::reject(const path& file, const std::string& answer) {
+    const std::string name = stagedName(file).string();
+    if (hasAccepted()) {
+        const path target = moveAside(file);
+        count(&UploadReport::rejected,
+              name + " is rejected: " + answer + ". It is now " + target.string() + '.');
+    } else {
+        count(&UploadReport::doubted,
+              name + " is left: " + answer + " and has accepted no file yet.");
+    }
+}
+
 void LogglyUploader::State::refuse(long status) {
     const std::lock_guard<std::mutex> guard(mutex_);
     ++report_.left;
@@ -259,6 +288,7 @@ void LogglyUploader::State::count(std::size_t UploadReport::*counter, const std:
 UploadReport LogglyUploader::State::takeReport() {
     const std::lock_guard<std::mutex> guard(mutex_);
     UploadReport next;
+    next.hasAccepted = report_.hasAccepted;
     next.refusal = report_.refusal;
     return std::exchange(report_, next);
 }
