@@ -1,5 +1,7 @@
 #include "command_line/CommandLine.h"
 
+#include <CLI/CLI.hpp>
+
 #include <iostream>
 #include <string>
 

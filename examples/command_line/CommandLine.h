@@ -1,8 +1,10 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <stdexcept>
+
+namespace CLI {
+class App;
+}
 
 namespace CommandLine {
 

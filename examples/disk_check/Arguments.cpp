@@ -2,6 +2,8 @@
 
 #include "command_line/CommandLine.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <system_error>
 #include <thread>
