@@ -17,7 +17,7 @@ public:
     Delivery& operator=(const Delivery&) = delete;
     virtual ~Delivery() = default;
 
-    /// Delivers the file, which has ".tmp" behind its name, and says whether it has arrived whole.
+    /// Delivers the file, whose name ends in ".tmp". True if it has arrived whole.
     /// Never throws, since an exception would end the run.
     virtual bool deliver(const std::filesystem::path& file) = 0;
 

@@ -48,7 +48,7 @@ void checkSettings(const UploadSettings& settings) {
     std::error_code error;
     require(settings.caFile.empty() || std::filesystem::is_regular_file(settings.caFile, error),
             "There is no file " + settings.caFile.string() + " with certificates.");
-    // To libcurl 0 is no limit.
+    // For libcurl 0 means no limit.
     require(settings.connectTimeout.count() > 0 && settings.totalTimeout.count() > 0,
             "A time-out must be longer than 0.");
 }
@@ -120,7 +120,7 @@ private:
 };
 
 std::string readFile(const path& file) {
-    // The size first: it tells what is not a file, and a file cut short from one that is empty.
+    // The size first: that throws if this is not a file, and shows whether all of it was read.
     std::string bytes(std::filesystem::file_size(file), '\0');
     std::ifstream stream(file, std::ios::binary);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -135,8 +135,8 @@ path stagedName(const path& file) {
     return name;
 }
 
-/// A hard link never replaces what stands at its name, unlike a rename, which serves where the file
-/// system has no links.
+/// A hard link never replaces a file, unlike a rename, which is the fallback for file systems
+/// without links.
 void moveWithoutReplacing(const path& from, const path& to, std::error_code& error) {
     std::filesystem::create_hard_link(from, to, error);
     if (!error) {

@@ -61,8 +61,8 @@ struct UploadReport {
 ///
 /// The token appears in no text that comes out of here.
 ///
-/// What is not promised. The service knows no key by which it could tell a repeated request: a
-/// reply that is lost on the way means a second copy of the whole file.
+/// What is not promised. The service has no key that identifies a repeated request. If a reply is
+/// lost on the way, the whole file arrives a second time.
 ///
 /// Errors: the constructor throws `std::invalid_argument` with a sentence for the user.
 ///
