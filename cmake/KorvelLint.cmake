@@ -1,5 +1,5 @@
-# The target "lint": formatting by clang-format, then the checks of .clang-tidy on everything that
-# this build compiles.
+# The target "lint": formatting by clang-format, then the checks of .clang-tidy on every source file
+# that this build compiles, but for generated ones.
 
 find_program(CLANG_FORMAT clang-format)
 find_program(RUN_CLANG_TIDY run-clang-tidy)
@@ -10,6 +10,7 @@ if(CLANG_FORMAT AND RUN_CLANG_TIDY)
     add_custom_target(lint
         COMMAND "${CLANG_FORMAT}" --dry-run --Werror ${sources}
         COMMAND "${RUN_CLANG_TIDY}" -quiet -p "${PROJECT_BINARY_DIR}"
+            "^${PROJECT_SOURCE_DIR}/(src|tests|examples|bench)/"
         WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}"
         VERBATIM)
 endif()

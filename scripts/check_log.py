@@ -29,7 +29,7 @@ def require(condition, reason):
 def unique_keys(pairs):
     counts = Counter(key for key, _ in pairs)
     for key, count in counts.items():
-        require(count == 1, f"the key {key!r} stands {count} times")
+        require(count == 1, f"the key {key!r} appears {count} times")
     return dict(pairs)
 
 
@@ -42,10 +42,10 @@ def parse(raw):
         text = raw.decode("utf-8")
     except UnicodeDecodeError as error:
         raise BadLine(f"not UTF-8: {error}") from None
-    require(text.endswith("\n"), "the line has no end")
+    require(text.endswith("\n"), "the line has no line feed")
     try:
         entry = json.loads(text, object_pairs_hook=unique_keys, parse_constant=no_constant)
-        # The parser lets an escaped half of a surrogate pair pass; no encoder does.
+        # The parser accepts an escaped half of a surrogate pair; no encoder does.
         json.dumps(entry, ensure_ascii=False).encode("utf-8")
     except (ValueError, RecursionError) as error:
         raise BadLine(f"not JSON: {error}") from None
@@ -103,7 +103,7 @@ class Log:
         number = count_of(entry, "number")
         self.numbers[thread] += 1
         due = self.numbers[thread]
-        require(number == due, f"thread {thread} has the number {number} where {due} is due")
+        require(number == due, f"thread {thread} has the number {number} instead of {due}")
 
     def take_file(self, entry):
         value_of(entry, "path", str)
@@ -125,8 +125,9 @@ class Log:
     def take_summary(self, entry):
         self.has_summary = True
         for key in COUNTS:
-            told, counted = count_of(entry, key), self.counts[key]
-            require(told == counted, f"the summary tells {told} {key}, the lines {counted}")
+            claimed, counted = count_of(entry, key), self.counts[key]
+            reason = f"the summary claims {claimed} {key}, the lines have {counted}"
+            require(claimed == counted, reason)
         walkers = count_of(entry, "threads")
         # The main thread writes the summary and finds no files.
         require(len(self.numbers) <= walkers + 1, f"{len(self.numbers)} threads have logged")
@@ -135,7 +136,7 @@ class Log:
     def check_rate(self, entry):
         seconds = number_of(entry, "seconds")
         rate = number_of(entry, "entriesPerSecond")
-        require(seconds > 0, "the summary tells no time")
+        require(seconds > 0, "the summary has no duration")
         off = abs(rate * seconds / self.counts["entries"] - 1)
         require(off < RATE_TOLERANCE, f"{rate} entries a second do not fit {seconds} seconds")
 
@@ -154,7 +155,7 @@ def check(path):
         sys.exit(f"{path}: {error.strerror}")
     print(
         f"{path}: {number} lines are strict JSON in UTF-8 with all keys, the entries of each of "
-        f"{len(log.numbers)} threads stand in order, and the summary's counts fit the lines."
+        f"{len(log.numbers)} threads are in order, and the summary's counts fit the lines."
     )
 
 

@@ -17,7 +17,7 @@ public:
     Delivery& operator=(const Delivery&) = delete;
     virtual ~Delivery() = default;
 
-    /// Delivers the file, which has ".tmp" behind its name, and says whether it has arrived whole.
+    /// Delivers the file, whose name ends in ".tmp". True if it has arrived whole.
     /// Never throws, since an exception would end the run.
     virtual bool deliver(const std::filesystem::path& file) = 0;
 
@@ -32,7 +32,8 @@ public:
 /// Nothing there is ever replaced. Throws `std::runtime_error`.
 std::unique_ptr<Delivery> makeLocalDelivery(const std::filesystem::path& stage);
 
-/// Sends files to the log service at `url` with the token from the environment. Throws UsageError,
+/// Sends files to the log service at `url` with the token from the environment. Throws
+/// `CommandLine::UsageError`,
 /// also where this program was built without libcurl.
 std::unique_ptr<Delivery> makeHttpDelivery(const std::string& url);
 

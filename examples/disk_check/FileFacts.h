@@ -10,11 +10,11 @@ namespace DiskCheck {
 
 /// What can be found out about one file-system entry.
 struct FileFacts {
-    /// `none` or `not_found` if there is nothing to tell but the problems.
+    /// `none` or `not_found` if only the problems are known.
     std::filesystem::file_type type = std::filesystem::file_type::none;
     /// Of a regular file only.
     std::optional<std::uint64_t> size;
-    /// Of anything but a link: the standard library tells only the time of a link's target.
+    /// Of anything but a link: the standard library only gives the time of a link's target.
     std::optional<std::wstring> modified;
     /// A sentence each.
     std::vector<std::wstring> problems;

@@ -1,6 +1,6 @@
-#include "Arguments.h"
 #include "Delivery.h"
 
+#include "command_line/CommandLine.h"
 #include "loggly_upload/LogglyUploader.h"
 
 #include <cstdlib>
@@ -9,6 +9,7 @@
 namespace DiskCheck {
 namespace {
 
+using CommandLine::UsageError;
 using LogglyUpload::LogglyUploader;
 using LogglyUpload::UploadSettings;
 

@@ -68,7 +68,7 @@ void Journal::writeSummary(Message summary) {
     summary[L"bytes"] = Message(bytes_.load());
     summary[L"entries"] = Message(entries);
     summary[L"seconds"] = Message(seconds);
-    // A clock can stand still over a tiny tree, and JSON knows no infinity.
+    // The clock may not advance during a tiny tree, and JSON has no infinity.
     const double rate = seconds > 0 ? static_cast<double>(entries) / seconds : 0;
     summary[L"entriesPerSecond"] = Message(rate);
     write(L"DiskCheck", summary);

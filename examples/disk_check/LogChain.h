@@ -14,8 +14,8 @@ namespace DiskCheck {
 
 class DeliveryCount;
 
-/// The logger of this program with everything behind it: all entries go to a file, the ones for
-/// people to standard output as well.
+/// The logger of this program with everything that it delivers to: all entries go to a file, the
+/// ones for people to standard output as well.
 ///
 /// Errors: `std::runtime_error` with a sentence for the user, from the constructor if the file
 /// cannot be written, from close if the log is not whole.

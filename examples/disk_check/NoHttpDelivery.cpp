@@ -1,11 +1,12 @@
-#include "Arguments.h"
 #include "Delivery.h"
+
+#include "command_line/CommandLine.h"
 
 namespace DiskCheck {
 
 /// Takes the place of HttpDelivery.cpp in a build without libcurl.
 std::unique_ptr<Delivery> makeHttpDelivery(const std::string&) {
-    throw UsageError("This disk_check was built without libcurl and has no --upload.");
+    throw CommandLine::UsageError("This disk_check was built without libcurl and has no --upload.");
 }
 
 }  // namespace DiskCheck

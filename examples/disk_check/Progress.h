@@ -7,7 +7,7 @@
 
 namespace DiskCheck {
 
-/// A line on standard error that is overwritten in place and leaves nothing behind.
+/// A line on standard error that is overwritten in place and erased at the end.
 ///
 /// Threads: every operation from any thread.
 class Progress {

@@ -29,7 +29,7 @@ bool isSecondByte(std::uint32_t lead, std::uint32_t second) {
     return isIn(second, first, last);
 }
 
-/// The length of the character at `position`, or 0 if none stands there. Stricter than
+/// The length of the character at `position`, or 0 if there is none. Stricter than
 /// Message::strToWstr, which also reads forms that have no valid text on the way back.
 std::size_t characterLength(std::string_view bytes, std::size_t position) {
     const std::uint32_t lead = byteAt(bytes, position);

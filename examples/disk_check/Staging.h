@@ -22,8 +22,8 @@ public:
 
     const std::shared_ptr<Korvel::LogglySink>& sink() const;
 
-    /// Delivers everything in one run and tells how much it was. Call it once, when nobody else has
-    /// the sink any more. Throws if a file is left.
+    /// Delivers everything in one run and prints how much it was. Call it once, when nobody else
+    /// has the sink any more. Throws if a file is left.
     void deliver();
 
 private:

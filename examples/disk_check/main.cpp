@@ -12,10 +12,13 @@
 #include "Terminal.h"
 #include "Walk.h"
 
+#include "command_line/CommandLine.h"
+
 #include <chrono>
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace DiskCheck {
@@ -56,17 +59,13 @@ void check(const Arguments& arguments) {
     }
 }
 
-int runProgram(const std::vector<std::string>& words) {
+int runProgram(int argc, const char* const* argv) {
     try {
-        const Arguments arguments = parseArguments(words);
-        if (arguments.wantsHelp) {
-            std::cout << USAGE_LINE << HELP_TEXT;
-        } else {
-            check(arguments);
-        }
+        const std::optional<Arguments> arguments = parseArguments(argc, argv);
+        if (arguments) check(*arguments);
         return STATUS_DONE;
-    } catch (const UsageError& error) {
-        std::cerr << "disk_check: " << error.what() << '\n' << USAGE_LINE;
+    } catch (const CommandLine::UsageError& error) {
+        std::cerr << "disk_check: " << error.what() << "\nSee disk_check --help.\n";
         return STATUS_WRONG_ARGUMENTS;
     } catch (const std::exception& error) {
         std::cerr << "disk_check: " << error.what() << '\n';
@@ -78,5 +77,5 @@ int runProgram(const std::vector<std::string>& words) {
 }  // namespace DiskCheck
 
 int main(int argc, char** argv) {
-    return DiskCheck::runProgram(std::vector<std::string>(argv + 1, argv + argc));
+    return DiskCheck::runProgram(argc, argv);
 }

@@ -3,13 +3,14 @@
 #include "LogglyUploader.h"
 #include "StagingDirectory.h"
 
-#include <Korvel/LogglySink.h>
-
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <functional>
 #include <iostream>
-#include <memory>
 #include <random>
+#include <stdexcept>
+#include <system_error>
 #include <thread>
 
 namespace LogglyUpload {
@@ -42,46 +43,77 @@ std::string filesText(std::size_t count) {
     return std::to_string(count) + (count == 1 ? " file" : " files");
 }
 
-void tellUnfinished(const path& directory) {
+/// True if there were none.
+bool reportInterrupted(const path& directory) {
     const auto names = namesEndingIn(directory, ".log.tmp");
-    if (names.empty()) return;
-    std::cerr << "loggly_upload: An upload that did not end has left " << filesText(names.size())
+    if (names.empty()) return true;
+    std::cerr << "loggly_upload: An interrupted upload has left " << filesText(names.size())
               << " in " << directory.string() << ":\n";
     for (const path& name : names) std::cerr << "    " << name.string() << '\n';
-    std::cerr << "Whether they were delivered is unknown, so they are not touched. Rename a file\n"
-                 "to end in .log to send it again, perhaps for a second time, or delete it.\n";
+    std::cerr
+        << "The service may have them or not. Rename a file to end in .log to send it, perhaps\n"
+           "for a second time, or delete it.\n";
+    return false;
 }
 
-/// One run. The sum of `total` and what it did; the files left are those of this run alone.
-UploadReport runOnce(Korvel::LogglySink& sink, LogglyUploader& uploader,
-                     const UploadReport& total) {
-    sink.uploadTemporaryFiles();
-    sink.waitForUpload();
+/// Like the upload run of a LogglySink: while the uploader has the file, its name ends in .log.tmp,
+/// and that is what remains if this process dies.
+void offer(const path& file, const std::function<bool(const path&)>& upload) {
+    const path taken = path(file) += ".tmp";
+    if (std::filesystem::exists(std::filesystem::symlink_status(taken))) {
+        throw std::runtime_error(file.filename().string() +
+                                 " is left: " + taken.filename().string() + " is in its way.");
+    }
+    std::filesystem::rename(file, taken);
+    std::error_code error;
+    const bool isDelivered = upload(taken);
+    if (isDelivered) std::filesystem::remove(taken, error);
+    if (isDelivered && !error) return;
+    // Fails if the uploader has moved the file aside.
+    std::filesystem::rename(taken, file, error);
+}
+
+/// Offers every file once. The sum of `total` and what became of them; the files left and doubted
+/// are those of this run alone.
+UploadReport runOnce(LogglyUploader& uploader, const path& directory, const UploadReport& total) {
+    const auto upload = uploader.callable();
+    for (const path& name : namesEndingIn(directory, ".log")) {
+        try {
+            offer(directory / name, upload);
+        } catch (const std::runtime_error& error) {
+            std::cerr << "loggly_upload: " << error.what() << '\n';
+        }
+    }
     UploadReport report = uploader.takeReport();
     for (const auto& problem : report.problems) std::cerr << "loggly_upload: " << problem << '\n';
     report.delivered += total.delivered;
     report.rejected += total.rejected;
-    // A file that the callable was not asked about counts as well.
-    report.left = (std::max)(report.left, sink.getLogFiles().size());
+    // Some may not have reached the uploader.
+    report.left = namesEndingIn(directory, ".log").size();
     return report;
 }
 
-UploadReport runUntilDone(Korvel::LogglySink& sink, LogglyUploader& uploader,
-                          const Arguments& arguments) {
+/// The service has rejected every file, so the fault is not in the files.
+bool isServiceDoubted(const UploadReport& report) {
+    return !report.hasAccepted && report.doubted > 0 && report.doubted == report.left;
+}
+
+UploadReport runUntilDone(LogglyUploader& uploader, const Arguments& arguments) {
     Waits waits(arguments.firstWait);
-    UploadReport total = runOnce(sink, uploader, {});
+    UploadReport total = runOnce(uploader, arguments.directory, {});
     for (std::uint64_t attempt = 2; attempt <= arguments.attempts; ++attempt) {
-        if (total.left == 0 || !total.refusal.empty()) break;
+        if (total.left == 0 || !total.refusal.empty() || isServiceDoubted(total)) break;
         const milliseconds wait = waits.next();
         std::cerr << "loggly_upload: " << filesText(total.left) << " left; attempt " << attempt
                   << " of " << arguments.attempts << " follows in " << wait.count() << " ms.\n";
         std::this_thread::sleep_for(wait);
-        total = runOnce(sink, uploader, total);
+        total = runOnce(uploader, arguments.directory, total);
     }
     return total;
 }
 
-bool tellEnd(const UploadReport& total, const path& directory) {
+/// True if everything is delivered.
+bool reportEnd(const UploadReport& total, const path& directory) {
     std::cout << "Delivered " << filesText(total.delivered) << " from " << directory.string()
               << ".\n";
     if (total.rejected > 0) {
@@ -89,6 +121,9 @@ bool tellEnd(const UploadReport& total, const path& directory) {
                   << (directory / "rejected").string() << ".\n";
     }
     if (!total.refusal.empty()) std::cerr << "loggly_upload: " << total.refusal << '\n';
+    if (isServiceDoubted(total)) {
+        std::cerr << "loggly_upload: The service has rejected every file. Check --url.\n";
+    }
     if (total.left > 0) {
         std::cerr << "loggly_upload: " << filesText(total.left) << " left in " << directory.string()
                   << ".\n";
@@ -101,17 +136,13 @@ bool tellEnd(const UploadReport& total, const path& directory) {
 bool drain(const Arguments& arguments) {
     const path& directory = arguments.directory;
     LogglyUploader uploader(arguments.settings);
-    tellUnfinished(directory);
+    const bool isComplete = reportInterrupted(directory);
     if (namesEndingIn(directory, ".log").empty()) {
         std::cout << "Nothing is ready in " << directory.string() << ".\n";
-        return true;
+        return isComplete;
     }
-    auto sink = std::make_shared<Korvel::LogglySink>(directory);
-    currentFileOf(*sink, directory);  // Throws if the directory takes no file.
-    sink->setUploadFile(uploader.callable());
-    const UploadReport total = runUntilDone(*sink, uploader, arguments);
-    endSink(std::move(sink), directory);
-    return tellEnd(total, directory);
+    const UploadReport total = runUntilDone(uploader, arguments);
+    return reportEnd(total, directory) && isComplete;
 }
 
 }  // namespace LogglyUpload

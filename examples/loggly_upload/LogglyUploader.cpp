@@ -48,7 +48,7 @@ void checkSettings(const UploadSettings& settings) {
     std::error_code error;
     require(settings.caFile.empty() || std::filesystem::is_regular_file(settings.caFile, error),
             "There is no file " + settings.caFile.string() + " with certificates.");
-    // To libcurl 0 is no limit.
+    // For libcurl 0 means no limit.
     require(settings.connectTimeout.count() > 0 && settings.totalTimeout.count() > 0,
             "A time-out must be longer than 0.");
 }
@@ -120,7 +120,7 @@ private:
 };
 
 std::string readFile(const path& file) {
-    // The size first: it tells what is not a file, and a file cut short from one that is empty.
+    // The size first: that throws if this is not a file, and shows whether all of it was read.
     std::string bytes(std::filesystem::file_size(file), '\0');
     std::ifstream stream(file, std::ios::binary);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -135,8 +135,8 @@ path stagedName(const path& file) {
     return name;
 }
 
-/// A hard link never replaces what stands at its name, unlike a rename, which serves where the file
-/// system has no links.
+/// A hard link never replaces a file, unlike a rename, which is the fallback for file systems
+/// without links.
 void moveWithoutReplacing(const path& from, const path& to, std::error_code& error) {
     std::filesystem::create_hard_link(from, to, error);
     if (!error) {
@@ -180,7 +180,10 @@ public:
 private:
     long post(const std::string& body) const;
     bool isRefused();
+    bool hasAccepted();
     bool offer(const path& file);
+    void accept();
+    void reject(const path& file, const std::string& answer);
     void refuse(long status);
     void count(std::size_t UploadReport::*counter, const std::string& problem = {});
 
@@ -202,16 +205,19 @@ bool LogglyUploader::State::deliver(const path& file) noexcept {
 
 bool LogglyUploader::State::offer(const path& file) {
     const std::string body = readFile(file);
-    const long status = body.empty() ? 200 : post(body);
+    if (body.empty()) {
+        count(&UploadReport::delivered);
+        return true;
+    }
+    const long status = post(body);
     const std::string answer = "the service answers with status " + std::to_string(status);
     switch (status) {
     case 200:
-        count(&UploadReport::delivered);
+        accept();
         return true;
     case 400:
     case 413:
-        count(&UploadReport::rejected, stagedName(file).string() + " is rejected: " + answer +
-                                           ". It is now " + moveAside(file).string() + '.');
+        reject(file, answer);
         return false;
     case 401:
     case 403:
@@ -243,6 +249,29 @@ bool LogglyUploader::State::isRefused() {
     return !report_.refusal.empty();
 }
 
+bool LogglyUploader::State::hasAccepted() {
+    const std::lock_guard<std::mutex> guard(mutex_);
+    return report_.hasAccepted;
+}
+
+void LogglyUploader::State::accept() {
+    const std::lock_guard<std::mutex> guard(mutex_);
+    ++report_.delivered;
+    report_.hasAccepted = true;
+}
+
+void LogglyUploader::State::reject(const path& file, const std::string& answer) {
+    const std::string name = stagedName(file).string();
+    if (hasAccepted()) {
+        const path target = moveAside(file);
+        count(&UploadReport::rejected,
+              name + " is rejected: " + answer + ". It is now " + target.string() + '.');
+    } else {
+        count(&UploadReport::doubted,
+              name + " is left: " + answer + " and has accepted no file yet.");
+    }
+}
+
 void LogglyUploader::State::refuse(long status) {
     const std::lock_guard<std::mutex> guard(mutex_);
     ++report_.left;
@@ -259,6 +288,7 @@ void LogglyUploader::State::count(std::size_t UploadReport::*counter, const std:
 UploadReport LogglyUploader::State::takeReport() {
     const std::lock_guard<std::mutex> guard(mutex_);
     UploadReport next;
+    next.hasAccepted = report_.hasAccepted;
     next.refusal = report_.refusal;
     return std::exchange(report_, next);
 }

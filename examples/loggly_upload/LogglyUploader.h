@@ -30,11 +30,15 @@ struct UploadReport {
     std::size_t delivered = 0;
     /// Files that a later run can deliver.
     std::size_t left = 0;
-    /// Files that can never be delivered and have been moved away.
+    /// Files that the service has rejected and that are now in the directory "rejected".
     std::size_t rejected = 0;
-    /// A sentence for each file that was rejected, and for each that is left for a reason of its
-    /// own.
+    /// Files that the service has rejected before it accepted any. They are where they were.
+    std::size_t doubted = 0;
+    /// A sentence for each file that was rejected or doubted, and for each that is left for a
+    /// reason of its own.
     std::vector<std::string> problems;
+    /// True once the service has accepted a file.
+    bool hasAccepted = false;
     /// Not empty once the service has refused the token or the address: why, in a sentence. Nothing
     /// is sent from then on, so the program should stop.
     std::string refusal;
@@ -45,16 +49,20 @@ struct UploadReport {
 /// older one a connection that breaks under TLS can raise SIGPIPE.
 ///
 /// A file is one POST request with the file's bytes as the body, and the answer decides:
-/// 200 is delivered; 400 and 413 can never succeed, so the file moves into the directory "rejected"
-/// beside it, where it replaces nothing; 401, 403 and 404 are a refusal of everything; any other
-/// answer, and none, leaves the file for a later run. An empty file is delivered without a request.
-/// Certificates are checked, and redirects are not followed. A proxy is taken from the environment,
-/// as libcurl does by default.
+/// - 200: the file is delivered.
+/// - 400 and 413: the service rejects the file, which moves into the directory "rejected" beside it
+///   and replaces nothing there. But a wrong URL can have the same answer for every file. So until
+///   the service has accepted a file of this object, a rejected file stays for a later run.
+/// - 401, 403 and 404: the service refuses everything.
+/// - Any other answer, and none: the file stays for a later run.
+///
+/// An empty file is delivered without a request. Certificates are checked, and redirects are not
+/// followed. A proxy is taken from the environment, as libcurl does by default.
 ///
 /// The token appears in no text that comes out of here.
 ///
-/// What is not promised. The service knows no key by which it could tell a repeated request: a
-/// reply that is lost on the way means a second copy of the whole file.
+/// What is not promised. The service has no key that identifies a repeated request. If a reply is
+/// lost on the way, the whole file arrives a second time.
 ///
 /// Errors: the constructor throws `std::invalid_argument` with a sentence for the user.
 ///
@@ -68,7 +76,7 @@ public:
     /// what it needs, so it may outlive this object.
     std::function<bool(const std::filesystem::path&)> callable() const;
 
-    /// The counts and problems since the last call, and the refusal for good. After
+    /// The counts and problems since the last call, and hasAccepted and the refusal for good. After
     /// LogglySink::waitForUpload it covers the whole run.
     UploadReport takeReport();
 

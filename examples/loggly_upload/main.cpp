@@ -6,6 +6,7 @@
 
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 
 namespace LogglyUpload {
@@ -15,16 +16,12 @@ constexpr int STATUS_DONE = 0;
 constexpr int STATUS_NOT_DELIVERED = 1;
 constexpr int STATUS_WRONG_ARGUMENTS = 2;
 
-int runProgram(const std::vector<std::string>& words) {
+int runProgram(int argc, const char* const* argv) {
     try {
-        const Arguments arguments = parseArguments(words);
-        if (!arguments.wantsHelp) {
-            return drain(arguments) ? STATUS_DONE : STATUS_NOT_DELIVERED;
-        }
-        std::cout << USAGE_LINE << HELP_TEXT;
-        return STATUS_DONE;
+        const std::optional<Arguments> arguments = parseArguments(argc, argv);
+        return !arguments || drain(*arguments) ? STATUS_DONE : STATUS_NOT_DELIVERED;
     } catch (const std::invalid_argument& error) {
-        std::cerr << "loggly_upload: " << error.what() << '\n' << USAGE_LINE;
+        std::cerr << "loggly_upload: " << error.what() << "\nSee loggly_upload --help.\n";
         return STATUS_WRONG_ARGUMENTS;
     } catch (const std::exception& error) {
         std::cerr << "loggly_upload: " << error.what() << '\n';
@@ -36,5 +33,5 @@ int runProgram(const std::vector<std::string>& words) {
 }  // namespace LogglyUpload
 
 int main(int argc, char** argv) {
-    return LogglyUpload::runProgram(std::vector<std::string>(argv + 1, argv + argc));
+    return LogglyUpload::runProgram(argc, argv);
 }

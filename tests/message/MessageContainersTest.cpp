@@ -1,4 +1,7 @@
 #include "support/Test.h"
+#ifndef _WIN32
+#include "support/OperatorNew.h"
+#endif
 
 #include <nlohmann/json.hpp>
 
@@ -228,6 +231,21 @@ TEST(MessageContainers, KeysOfEveryKindStandInTheirOrder) {
         ASSERT_EQ(copy.toJson(false, ""), expected.dump());
     }
 }
+
+#ifndef _WIN32
+TEST(MessageContainers, ReadingAMapOfShortKeysAllocatesNothing) {
+    const Message message({{"status", 200}, {"fifteen letters", 1}});
+    const std::string absent = "a key of more than fifteen letters";
+    std::size_t visited = 0;
+    isOutOfMemory = true;
+    const bool wasFound = message.hasKey("status") && message.hasKey(L"fifteen letters") &&
+                          !message.hasKey(absent) && message.at("status").getInteger() == 200;
+    message.forEach([&visited](std::wstring_view key, const Message&) { visited += key.size(); });
+    isOutOfMemory = false;
+    EXPECT_TRUE(wasFound);
+    EXPECT_EQ(visited, 21U);
+}
+#endif
 
 TEST(MessageContainers, ManyThreadsReadOneMap) {
     for (int round = 0; round < 50; ++round) {

@@ -1,41 +1,21 @@
+#ifndef _WIN32
+
+#include "support/OperatorNew.h"
 #include "support/Test.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <numeric>
 
-std::atomic<int> liveBlocks = 0;
-thread_local int freedBlocks = 0;
-thread_local bool isOutOfMemory = false;
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    void* const block = isOutOfMemory ? nullptr : std::malloc(size);
-    if (block != nullptr) ++liveBlocks;
-    return block;
-}
-
-void* operator new(std::size_t size) {
-    void* const block = operator new(size, std::nothrow);
-    if (block == nullptr) throw std::bad_alloc();
-    return block;
-}
-
-void operator delete(void* block) noexcept {
-    if (block == nullptr) return;
-    --liveBlocks;
-    ++freedBlocks;
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept {
-    operator delete(block);
-}
-
 /// A payload that owns `size` texts, each in storage of its own.
-Message listOf(int size) {
+static Message listOf(int size) {
     const std::vector<Message> texts(static_cast<std::size_t>(size), "longer than a Message");
     return {{"list", texts}};
+}
+
+/// The same with keys that only a `std::map` can hold.
+static Message mapOf(int size) {
+    Message map;
+    for (int i = 0; i < size; ++i) map["a key that is long " + std::to_string(i)] = i;
+    return {{"list", map}};
 }
 
 TEST(Recycling, LogDestroysSmallDeliveredEntriesOldestFirstAndTheWorkerLargeOnes) {
@@ -46,7 +26,7 @@ TEST(Recycling, LogDestroysSmallDeliveredEntriesOldestFirstAndTheWorkerLargeOnes
         holding, [](const Message& entry) { return !entry.hasKey("list"); }));
     const int liveBefore = liveBlocks;
     for (int i = 0; i < 100; ++i) {
-        handler.log("T", listOf(LARGE));
+        handler.log("T", i % 2 == 0 ? listOf(LARGE) : mapOf(LARGE));
         handler.log("T", listOf(1 + i % 50));
     }
     handler.log("hold", {});
@@ -82,3 +62,5 @@ TEST(Recycling, WorkerNeedsNoMemoryOfItsOwn) {
     handler.stopProcessing();
     EXPECT_EQ(delivered, 3002);
 }
+
+#endif

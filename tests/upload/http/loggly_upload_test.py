@@ -131,8 +131,8 @@ class UploadTest(unittest.TestCase):
         self.assertNotIn(TOKEN, out + err)
         return out, err
 
-    def upload(self, url, *options, status=0, token=TOKEN):
-        command = [LOGGLY_UPLOAD, self.stage, "--url", url, "--first-wait", 1, *options]
+    def upload(self, url, *options, status=0, token=TOKEN, first_wait=1):
+        command = [LOGGLY_UPLOAD, self.stage, "--url", url, "--first-wait", first_wait, *options]
         return self.finish(self.start(*command, token=token), status)
 
 
@@ -179,16 +179,28 @@ class RequestTest(UploadTest):
         self.assertEqual(server.requests, [])
         self.assertEqual(self.staged(), {})
 
-    def test_files_of_a_dead_process_are_listed_and_not_touched(self):
-        self.put("1.log.tmp", b"unknown\n")
-        self.put("2.log", b"entry\n")
+    def test_files_of_a_dead_process_are_named_untouched_and_a_failure(self):
+        unknown = {"1.log.tmp": b"unknown\n", "3.log.tmp": b"unknown\n"}
+        same_name = {"3.log": b"in the way\n"}
+        for name, content in {**unknown, "2.log": b"entry\n"}.items():
+            self.put(name, content)
         with service(200) as server:
-            for _ in range(2):
-                err = self.upload(server.url)[1]
-                self.assertIn("    1.log.tmp\n", err)
+            for left in ({}, {}, same_name):
+                for name, content in left.items():
+                    self.put(name, content)
+                err = self.upload(server.url, "--attempts", 1, status=1)[1]
+                self.assertIn("    1.log.tmp\n    3.log.tmp\n", err)
                 self.assertIn("Rename", err)
-                self.assertEqual(self.staged(), {"1.log.tmp": b"unknown\n"})
+                self.assertEqual(self.staged(), {**unknown, **left})
         self.assertEqual([request.body for request in server.requests], [b"entry\n"])
+
+    def test_files_are_offered_in_the_order_of_their_names(self):
+        names = [f"{number:02}.log" for number in range(20)]
+        for name in random.sample(names, len(names)):
+            self.put(name, name.encode())
+        with service(200) as server:
+            self.upload(server.url)
+        self.assertEqual([request.body.decode() for request in server.requests], names)
 
     def test_file_that_cannot_be_read_is_left(self):
         self.stage.joinpath("1.log").symlink_to("nowhere")
@@ -199,7 +211,7 @@ class RequestTest(UploadTest):
         self.assertIn("1.log is left", err)
         self.assertEqual(os.listdir(self.stage), ["1.log"])
 
-    def test_wrong_arguments_are_told_with_the_usage(self):
+    def test_wrong_arguments_are_reported(self):
         self.put("1.log", b"entry\n")
         url = ["--url", "http://127.0.0.1:1"]
         cases = [
@@ -225,16 +237,17 @@ class RequestTest(UploadTest):
             ([self.stage, *url, "--attempts"], TOKEN),
             ([self.stage, *url, "--ca-file", self.base / "missing"], TOKEN),
             ([self.stage, *url, f"--token={TOKEN}"], TOKEN),
+            (["--token", TOKEN, self.stage, *url], TOKEN),
             (["", *url], TOKEN),
         ]
         for words, token in cases:
             with self.subTest(words=words):
                 out, err = self.finish(self.start(LOGGLY_UPLOAD, *words, token=token), 2)
                 self.assertEqual(out, "")
-                self.assertRegex(err, r"\Aloggly_upload: [^\n]+\.\nUsage: loggly_upload ")
+                self.assertRegex(err, r"\Aloggly_upload: [^\n]+\nSee loggly_upload --help\.\n\Z")
         self.assertEqual(self.staged(), {"1.log": b"entry\n"})
         out, err = self.finish(self.start(LOGGLY_UPLOAD, "--help"), 0)
-        self.assertTrue(out.startswith("Usage: loggly_upload "))
+        self.assertIn("Usage: loggly_upload ", out)
 
 
 class AnswerTest(UploadTest):
@@ -274,34 +287,44 @@ class AnswerTest(UploadTest):
     def test_attempts_are_bounded_and_their_waits_double(self):
         self.put("1.log", b"entry\n")
         with service(503) as server:
-            self.upload(server.url, "--attempts", 4, "--first-wait", 40, status=1)
+            self.upload(server.url, "--attempts", 4, first_wait=40, status=1)
         times = [request.time for request in server.requests]
         waits = [later - earlier for earlier, later in zip(times, times[1:])]
         self.assertEqual(len(waits), 3)
         for wait, least in zip(waits, (0.020, 0.040, 0.080)):
             self.assertGreaterEqual(wait, least)
 
-    def test_file_that_can_never_succeed_moves_aside_and_blocks_nothing(self):
+    def test_rejected_file_moves_aside_once_the_service_has_taken_another(self):
         for answer in (400, 413):
-            with self.subTest(answer=answer), service(answer, 200) as server:
+            with self.subTest(answer=answer), service(answer, 200, answer) as server:
                 self.put("1.log", b"first\n")
                 self.put("2.log", b"second\n")
                 out, err = self.upload(server.url, status=1)
                 self.assertIn("Delivered 1 file ", out)
                 self.assertIn(f"status {answer}", err)
-                [(name, content)] = self.staged().items()
-                [refused, taken] = [request.body for request in server.requests]
-                self.assertEqual({refused, taken}, {b"first\n", b"second\n"})
-                self.assertEqual(content, refused)
-                number = 1 if refused == b"first\n" else 2
-                self.assertEqual(name, f"rejected/{number}.log")
-                self.assertIn(str(self.stage / name), err)
-                self.stage.joinpath(name).unlink()
+                self.assertIn(str(self.stage / "rejected/1.log"), err)
+                self.assertEqual(self.staged(), {"rejected/1.log": b"first\n"})
+                bodies = [request.body for request in server.requests]
+                self.assertEqual(bodies, [b"first\n", b"second\n", b"first\n"])
+                self.stage.joinpath("rejected/1.log").unlink()
+
+    def test_service_that_rejects_every_file_is_doubted(self):
+        self.put("0.log", b"")
+        self.put("1.log", b"first\n")
+        self.put("2.log", b"second\n")
+        for answer in (400, 413):
+            with self.subTest(answer=answer), service(answer) as server:
+                err = self.upload(server.url, status=1)[1]
+                self.assertIn("--url", err)
+                self.assertIn("2 files left", err)
+                self.assertEqual(self.staged(), {"1.log": b"first\n", "2.log": b"second\n"})
+                self.assertEqual(len(server.requests), 2)
 
     def test_rejected_file_replaces_nothing(self):
         for content in (b"first\n", b"second\n", b"third\n"):
+            self.put("0.log", b"entry\n")
             self.put("1.log", content)
-            with service(413) as server:
+            with service(200, 413) as server:
                 self.upload(server.url, status=1)
         self.assertEqual(
             self.staged(),
@@ -392,7 +415,7 @@ class LoadTest(UploadTest):
             return chance.choice(failures) if chance.random() < 0.3 else 200
 
         with service(answer) as server:
-            self.upload(server.url, "--attempts", 50, "--first-wait", 0)
+            self.upload(server.url, "--attempts", 50, first_wait=0)
         self.assertEqual(self.staged(), {})
         by_answer = collections.defaultdict(list)
         for request in server.requests:
