@@ -26,8 +26,7 @@ public:
     /// The key with that text, if it is of this kind. The text is read in pieces that overlap: what
     /// they share is the same bits.
     template <class Unit>
-    static std::optional<ShortKey> of(
-        std::basic_string_view<Unit> text) noexcept {
+    static std::optional<ShortKey> of(std::basic_string_view<Unit> text) noexcept {
         const std::size_t size = text.size();
         if (size > CAPACITY) return std::nullopt;
         const Unit* const begin = text.data();

@@ -84,9 +84,10 @@ wchar_t* decodePiece(wchar_t* units, std::string_view text, std::size_t& positio
     const std::size_t limit = std::min(text.size(), position + PIECE - 1);
     std::size_t next = position;
     while (next < limit) {
-        for (; limit - next >= TextBlock::SIZE; next += TextBlock::SIZE, units += TextBlock::SIZE) {
-            if (!TextBlock::isAscii(&text[next])) break;
+        while (limit - next >= TextBlock::SIZE && TextBlock::isAscii(&text[next])) {
             TextBlock::widen(units, &text[next]);
+            next += TextBlock::SIZE;
+            units += TextBlock::SIZE;
         }
         for (; next < limit && byteAt(text, next) < 0x80; ++next) {
             *units++ = static_cast<wchar_t>(text[next]);

@@ -62,29 +62,32 @@ char* encodeShort(char* bytes, std::uint32_t unit) {
     return bytes + (isAscii ? 1 : 2);
 }
 
-/// The units from `position` up to `limit`, and the second of a pair that begins there. Writes only
-/// what belongs to the text, which may have an exact place.
+/// The character at `position`. Writes only what belongs to the text, which may have an exact place.
+inline char* encodeNext(char* bytes, std::wstring_view text, std::size_t& position) {
+    const std::uint32_t unit = unitAt(text, position);
+    // encodeShort must not write beyond the last unit.
+    if (unit < 0x800 && position != text.size() - 1) {
+        ++position;
+        return encodeShort(bytes, unit);
+    }
+    if (unit >= 0x800 && unit <= LAST_OF_BMP && !isSurrogate(unit)) {
+        ++position;
+        return encodeThreeBytes(bytes, unit);
+    }
+    return encodeCharacter(bytes, text, position);
+}
+
+/// The units from `position` up to `limit`, and the second of a pair that begins there.
 char* encodeUpTo(std::size_t limit, char* bytes, std::wstring_view text, std::size_t& position) {
-    const std::size_t last = text.size() - 1;  // Behind which encodeShort must not write.
     std::size_t next = position;
     while (next < limit) {
-        for (; limit - next >= TextBlock::SIZE; next += TextBlock::SIZE, bytes += TextBlock::SIZE) {
-            if (!TextBlock::isAscii(&text[next])) break;
+        while (limit - next >= TextBlock::SIZE && TextBlock::isAscii(&text[next])) {
             TextBlock::narrow(bytes, &text[next]);
+            next += TextBlock::SIZE;
+            bytes += TextBlock::SIZE;
         }
         const std::size_t stop = std::min(limit, next + TextBlock::SIZE);
-        while (next < stop) {
-            const std::uint32_t unit = unitAt(text, next);
-            if (unit < 0x800 && next != last) {
-                bytes = encodeShort(bytes, unit);
-                ++next;
-            } else if (unit >= 0x800 && unit <= LAST_OF_BMP && !isSurrogate(unit)) {
-                bytes = encodeThreeBytes(bytes, unit);
-                ++next;
-            } else {
-                bytes = encodeCharacter(bytes, text, next);
-            }
-        }
+        while (next < stop) bytes = encodeNext(bytes, text, next);
     }
     position = next;
     return bytes;
