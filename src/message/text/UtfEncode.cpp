@@ -62,7 +62,7 @@ char* encodeShort(char* bytes, std::uint32_t unit) {
     return bytes + (isAscii ? 1 : 2);
 }
 
-/// The character at `position`. Writes only what belongs to the text, which may have an exact place.
+/// The character at `position`. Writes only its bytes, because the text may have no room to spare.
 inline char* encodeNext(char* bytes, std::wstring_view text, std::size_t& position) {
     const std::uint32_t unit = unitAt(text, position);
     // encodeShort must not write beyond the last unit.
