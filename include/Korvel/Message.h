@@ -33,9 +33,8 @@ namespace Korvel {
 /// text are the same text and the same key. Any other element above 0xFFFF is stored unchanged and
 /// makes conversion and rendering fail.
 ///
-/// Keys of a Map are unique and sorted in ascending order of their code units as unsigned numbers.
-/// That is the order of `std::wstring`, not of code points: U+1F600 (0xD83D 0xDE00) comes before
-/// U+E000.
+/// Keys of a Map are unique and in ascending order of their code units as unsigned numbers. This is
+/// the order of `std::wstring`, not of code points: U+1F600 (0xD83D 0xDE00) precedes U+E000.
 ///
 /// Every operation that takes a key has a narrow and a wide form. The narrow form converts the key
 /// first, so a key that cannot be converted fails before the type is checked.
@@ -84,8 +83,7 @@ public:
     /// argument is a `std::string` or of a class that converts to it, such as a derived class.
     template <class T, std::enable_if_t<Detail::isNarrowText<T>, int> = 0>
     Message(const T& text) : Message(static_cast<const std::string&>(text).c_str()) {}
-    /// A String with the entire text, including embedded NULs, from a `std::wstring` or such a
-    /// class.
+    /// A String with the entire text, including embedded NULs: a `std::wstring` or such a class.
     ///
     /// Both are templates to keep a brace list from converting to a string: a list meant as a Map,
     /// with a value that no Message can hold, is a compile-time error.
@@ -242,11 +240,10 @@ public:
 
     /// Returns the value as JSON text (RFC 8259) in UTF-8. docs/json.md defines the format.
     ///
-    /// If `pretty` is false, the text is one line without white space; if it is true, the text has
-    /// line feeds and indentation in steps of two spaces. `indent` precedes a scalar, and every
-    /// child and closing bracket of a Vector or Map. Doubles have six significant digits and follow
-    /// the global C++ locale; an infinity or a NaN is written as the platform's streams write it,
-    /// which is not JSON.
+    /// `pretty` adds line feeds and indentation in steps of two spaces; otherwise the text is one
+    /// line without white space. `indent` precedes a scalar, and every child and closing bracket of
+    /// a Vector or Map. Doubles have six significant digits and follow the global C++ locale; an
+    /// infinity or a NaN is written as the platform's streams write it, which is not JSON.
     ///
     /// Throws `std::range_error` "bad conversion" for a text or key that wstrToStr rejects. Lone
     /// surrogates that it accepts become bytes that are not UTF-8.
@@ -254,10 +251,9 @@ public:
 
     /// Converts UTF-8 to UTF-16. An embedded NUL passes through, and so does a byte order mark.
     ///
-    /// It is lenient: it accepts overlong forms, encoded surrogates, and forms of five and six
-    /// bytes up to U+10FFFF. A text that lacks only the last byte of a character above U+FFFF ends
-    /// in the high surrogate. Anything else that is not UTF-8 throws `std::range_error` "bad
-    /// conversion".
+    /// It accepts overlong forms, encoded surrogates, and forms of five and six bytes up to
+    /// U+10FFFF. A text that lacks only the last byte of a character above U+FFFF ends in the high
+    /// surrogate. Anything else that is not UTF-8 throws `std::range_error` "bad conversion".
     static std::wstring strToWstr(const std::string& text);
 
     /// Converts UTF-16 to UTF-8. A lone low surrogate becomes the three bytes of its value, and a

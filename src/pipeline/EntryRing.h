@@ -9,8 +9,7 @@
 
 namespace Korvel {
 
-/// A first-in, first-out queue of Messages in a ring buffer, which allocates nothing after its
-/// construction. Not synchronised.
+/// A FIFO ring buffer of Messages. Allocates nothing after construction. Not synchronised.
 class EntryRing {
 public:
     bool isEmpty() const noexcept { return size_ == 0; }
@@ -30,7 +29,7 @@ public:
     }
 
 private:
-    /// Enough for what many callers add while the worker delivers one batch.
+    /// Enough for the entries that many callers add while the worker delivers one batch.
     static constexpr std::size_t CAPACITY = 1024;
 
     std::array<Message, CAPACITY> slots_;
