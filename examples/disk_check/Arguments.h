@@ -9,7 +9,7 @@
 
 namespace DiskCheck {
 
-/// What the command line asks for.
+/// The parsed command line.
 struct Arguments {
     bool wantsHelp = false;
     std::filesystem::path directory;
@@ -22,20 +22,19 @@ struct Arguments {
     std::string uploadUrl;
 };
 
-/// Thrown for a command line that cannot be carried out; what() says why, in a sentence for the
-/// user.
+/// Thrown for an invalid command line; what() explains why in a sentence for the user.
 class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The one line that shows the form of the command.
+/// The usage line.
 extern const char* const USAGE_LINE;
-/// What follows that line in the help text.
+/// The rest of the help text.
 extern const char* const HELP_TEXT;
 
-/// Reads the words behind the program's name. The directory is checked to be one, unless help is
-/// asked for. Throws UsageError.
+/// Parses the arguments after the program name. Checks that the directory exists, unless help is
+/// requested. Throws UsageError.
 Arguments parseArguments(const std::vector<std::string>& words);
 
 }  // namespace DiskCheck

@@ -7,9 +7,9 @@
 
 namespace DiskCheck {
 
-/// Where staging files go at the end.
+/// The destination of staging files.
 ///
-/// Threads: deliver is called by an upload run, the others before and after it.
+/// Threads: deliver is called by an upload run, the other functions before and after it.
 class Delivery {
 public:
     Delivery() = default;
@@ -17,23 +17,23 @@ public:
     Delivery& operator=(const Delivery&) = delete;
     virtual ~Delivery() = default;
 
-    /// Delivers the file, which has ".tmp" behind its name, and says whether it has arrived whole.
-    /// Never throws, since an exception would end the run.
+    /// Delivers the file, whose name ends in ".tmp", and returns whether it has arrived completely.
+    /// Never throws, because an exception would end the run.
     virtual bool deliver(const std::filesystem::path& file) = 0;
 
-    /// The destination, for people.
+    /// The destination in readable form.
     virtual std::string destination() const = 0;
 
-    /// Why files have not been delivered, each in a sentence.
+    /// The reasons why files were not delivered, one sentence each.
     virtual std::vector<std::string> problems() = 0;
 };
 
-/// Copies files into the directory "delivered" beside `stage`, which is made if it is missing.
-/// Nothing there is ever replaced. Throws `std::runtime_error`.
+/// Copies files into the directory "delivered" next to `stage`, which is created if it is missing.
+/// Never replaces a file there. Throws `std::runtime_error`.
 std::unique_ptr<Delivery> makeLocalDelivery(const std::filesystem::path& stage);
 
 /// Sends files to the log service at `url` with the token from the environment. Throws UsageError,
-/// also where this program was built without libcurl.
+/// also if this program was built without libcurl.
 std::unique_ptr<Delivery> makeHttpDelivery(const std::string& url);
 
 }  // namespace DiskCheck

@@ -8,26 +8,26 @@
 
 namespace DiskCheck {
 
-/// What can be found out about one file-system entry.
+/// The available facts about one file-system entry.
 struct FileFacts {
-    /// `none` or `not_found` if there is nothing to tell but the problems.
+    /// `none` or `not_found` if there are only problems to report.
     std::filesystem::file_type type = std::filesystem::file_type::none;
-    /// Of a regular file only.
+    /// Only for regular files.
     std::optional<std::uint64_t> size;
-    /// Of anything but a link: the standard library tells only the time of a link's target.
+    /// For everything except links: the standard library reports only the time of a link's target.
     std::optional<std::wstring> modified;
-    /// A sentence each.
+    /// One sentence each.
     std::vector<std::wstring> problems;
 
     bool isKnown() const;
     bool isDirectory() const;
 };
 
-/// Looks at a path without following a link in its last place. Never throws for the file system:
-/// what cannot be read is a problem among the facts.
+/// Examines a path without following a link in its last component. File-system errors never throw:
+/// they are recorded as problems in the facts.
 FileFacts inspect(const std::filesystem::path& path);
 
-/// "The directory cannot be read: Permission denied".
+/// Returns a sentence such as "The directory cannot be read: Permission denied".
 std::wstring problemText(const std::wstring& what, const std::error_code& error);
 
 }  // namespace DiskCheck

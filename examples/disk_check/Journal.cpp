@@ -11,8 +11,8 @@ namespace {
 using Korvel::Message;
 using std::filesystem::file_type;
 
-/// How many entries may pass before a walker waits for the log. The logger's queue has no limit,
-/// and walkers find files faster than one file takes lines.
+/// The number of entries between two flushes by the walkers. The logger's queue is unbounded, and
+/// walkers find files faster than lines can be written.
 constexpr std::uint64_t ENTRIES_BETWEEN_FLUSHES = 4096;
 
 const wchar_t* kindOf(file_type type) {
@@ -68,7 +68,7 @@ void Journal::writeSummary(Message summary) {
     summary[L"bytes"] = Message(bytes_.load());
     summary[L"entries"] = Message(entries);
     summary[L"seconds"] = Message(seconds);
-    // A clock can stand still over a tiny tree, and JSON knows no infinity.
+    // The clock may not advance during a walk over a tiny tree, and JSON has no infinity.
     const double rate = seconds > 0 ? static_cast<double>(entries) / seconds : 0;
     summary[L"entriesPerSecond"] = Message(rate);
     write(L"DiskCheck", summary);
@@ -102,7 +102,7 @@ void Journal::countFile(const FileFacts& facts) {
 
 void Journal::write(const std::wstring& type, const Message& entry) {
     if (!logger_->log(type, entry)) throw std::runtime_error("The logger has refused an entry.");
-    // Whichever walker gets here waits, in the end all of them, so the queue stays bounded.
+    // Any walker that gets here waits, and eventually all do, so the queue stays bounded.
     if (++entries_ % ENTRIES_BETWEEN_FLUSHES == 0) logger_->flush();
 }
 

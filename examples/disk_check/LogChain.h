@@ -14,24 +14,24 @@ namespace DiskCheck {
 
 class DeliveryCount;
 
-/// The logger of this program with everything behind it: all entries go to a file, the ones for
-/// people to standard output as well.
+/// The logger of this program and its sinks: all entries go to a file, and those for people also to
+/// standard output.
 ///
 /// Errors: `std::runtime_error` with a sentence for the user, from the constructor if the file
-/// cannot be written, from close if the log is not whole.
+/// cannot be written, from close if the log is incomplete.
 class LogChain {
 public:
-    /// Truncates disk_check.jsonl in `directory`, which is made if it is missing. `progress` must
-    /// outlive the chain. `staging` gets all entries too; it may be null.
+    /// Truncates disk_check.jsonl in `directory`, which is created if it is missing. `progress`
+    /// must outlive the chain. `staging` also receives all entries; it may be null.
     LogChain(const std::filesystem::path& directory, Progress& progress,
              std::shared_ptr<Korvel::Sink> staging);
     ~LogChain();
 
-    /// Every entry gets "timestamp", "thread", and as "number" how many entries its thread has
-    /// logged with it.
+    /// Adds "timestamp", "thread" and "number" to every entry. The number counts the entries of its
+    /// thread, including this one.
     const std::shared_ptr<Korvel::Logger>& logger() const;
 
-    /// Delivers what is queued and checks that all `entries` logged have reached the sinks, and
+    /// Delivers the queued entries, and checks that all `entries` logged have reached the sinks and
     /// that the sinks could write them.
     void close(std::uint64_t entries);
 

@@ -7,22 +7,22 @@
 
 namespace DiskCheck {
 
-/// A line on standard error that is overwritten in place and leaves nothing behind.
+/// A progress line on standard error that is overwritten in place and finally cleared.
 ///
-/// Threads: every operation from any thread.
+/// Threads: every operation may be called from any thread.
 class Progress {
 public:
-    /// Only a visible one writes anything.
+    /// Writes nothing unless it is visible.
     explicit Progress(bool isVisible);
     /// Clears the line.
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// `text` must be plain ASCII and shorter than a terminal is wide.
+    /// `text` must be ASCII and shorter than the terminal width.
     void show(const std::string& text);
 
-    /// Calls `write` with the line cleared and no new one shown meanwhile.
+    /// Calls `write` while the line is cleared and none is shown.
     void stepAside(const std::function<void()>& write);
 
 private:

@@ -22,15 +22,15 @@ std::size_t lengthByLead(std::uint32_t lead) {
     return isIn(lead, 0xF0, 0xF4) ? 4 : 0;
 }
 
-/// Overlong forms, surrogates and values above U+10FFFF show in the second byte.
+/// The second byte reveals overlong forms, surrogates and values above U+10FFFF.
 bool isSecondByte(std::uint32_t lead, std::uint32_t second) {
     const std::uint32_t first = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const std::uint32_t last = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     return isIn(second, first, last);
 }
 
-/// The length of the character at `position`, or 0 if none stands there. Stricter than
-/// Message::strToWstr, which also reads forms that have no valid text on the way back.
+/// The length of the character at `position`, or 0 if there is none. Stricter than
+/// Message::strToWstr, which also accepts forms that do not convert back to valid text.
 std::size_t characterLength(std::string_view bytes, std::size_t position) {
     const std::uint32_t lead = byteAt(bytes, position);
     const std::size_t length = lengthByLead(lead);

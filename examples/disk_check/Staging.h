@@ -11,19 +11,19 @@
 
 namespace DiskCheck {
 
-/// The staging directory of this program and its way out. Files that earlier runs have left there
-/// go with the new ones.
+/// The staging directory of this program and its delivery. Files left there by earlier runs are
+/// delivered with the new ones.
 ///
 /// Errors: `std::runtime_error` with a sentence for the user.
 class Staging {
 public:
-    /// Makes the directory if it is missing.
+    /// Creates the directory if it is missing.
     Staging(std::filesystem::path directory, std::unique_ptr<Delivery> delivery);
 
     const std::shared_ptr<Korvel::LogglySink>& sink() const;
 
-    /// Delivers everything in one run and tells how much it was. Call it once, when nobody else has
-    /// the sink any more. Throws if a file is left.
+    /// Delivers everything in one run and returns how much it was. Call it once, when nobody else
+    /// owns the sink. Throws if a file is left.
     void deliver();
 
 private:

@@ -71,7 +71,7 @@ void takeOption(Arguments& arguments, Words::const_iterator& word, Words::const_
     } else if (*word == "--first-wait") {
         arguments.firstWait = std::chrono::milliseconds(numberOf(word, end, 0, LONGEST_FIRST_WAIT));
     } else {
-        // Without a value that is joined to it, which could be a token.
+        // Omits a value joined to the option, which could be a token.
         complain("There is no option " + word->substr(0, word->find('=')) + ".");
     }
 }

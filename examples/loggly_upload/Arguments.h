@@ -10,7 +10,7 @@
 
 namespace LogglyUpload {
 
-/// What the command line asks for.
+/// The parsed command line.
 struct Arguments {
     bool wantsHelp = false;
     std::filesystem::path directory;
@@ -19,13 +19,13 @@ struct Arguments {
     std::chrono::milliseconds firstWait = std::chrono::seconds(1);
 };
 
-/// The one line that shows the form of the command.
+/// The usage line.
 extern const char* const USAGE_LINE;
-/// What follows that line in the help text.
+/// The rest of the help text.
 extern const char* const HELP_TEXT;
 
-/// Reads the words behind the program's name, and the token from its file or the environment.
-/// Throws `std::invalid_argument` with a sentence for the user.
+/// Parses the arguments after the program name, and reads the token from its file or the
+/// environment. Throws `std::invalid_argument` with a sentence for the user.
 Arguments parseArguments(const std::vector<std::string>& words);
 
 }  // namespace LogglyUpload

@@ -20,8 +20,8 @@ using std::filesystem::path;
 
 constexpr milliseconds LONGEST_WAIT = std::chrono::minutes(1);
 
-/// Each wait is twice as long as the one before, up to a limit. Chance takes off up to a half, so
-/// that machines which lost the service at one time do not come back at one time.
+/// Exponential back-off with a limit. Each wait is randomly shortened by up to a half, so machines
+/// that lost the service at the same time do not return at the same time.
 class Waits {
 public:
     explicit Waits(milliseconds first) : next_(first) {}
@@ -52,7 +52,8 @@ void tellUnfinished(const path& directory) {
                  "to end in .log to send it again, perhaps for a second time, or delete it.\n";
 }
 
-/// One run. The sum of `total` and what it did; the files left are those of this run alone.
+/// Runs once. Returns the sum of `total` and the results of this run; the files left are those of
+/// this run alone.
 UploadReport runOnce(Korvel::LogglySink& sink, LogglyUploader& uploader,
                      const UploadReport& total) {
     sink.uploadTemporaryFiles();
@@ -61,7 +62,7 @@ UploadReport runOnce(Korvel::LogglySink& sink, LogglyUploader& uploader,
     for (const auto& problem : report.problems) std::cerr << "loggly_upload: " << problem << '\n';
     report.delivered += total.delivered;
     report.rejected += total.rejected;
-    // A file that the callable was not asked about counts as well.
+    // Files that were not offered to the callable count as well.
     report.left = (std::max)(report.left, sink.getLogFiles().size());
     return report;
 }
@@ -107,7 +108,7 @@ bool drain(const Arguments& arguments) {
         return true;
     }
     auto sink = std::make_shared<Korvel::LogglySink>(directory);
-    currentFileOf(*sink, directory);  // Throws if the directory takes no file.
+    currentFileOf(*sink, directory);  // Throws if no file can be created in the directory.
     sink->setUploadFile(uploader.callable());
     const UploadReport total = runUntilDone(*sink, uploader, arguments);
     endSink(std::move(sink), directory);

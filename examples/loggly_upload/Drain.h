@@ -4,9 +4,10 @@
 
 namespace LogglyUpload {
 
-/// Uploads what is ready in the directory, in as many runs as it takes and `arguments` allow, and
-/// tells people about it. True if nothing is left and nothing was rejected. Throws
-/// `std::invalid_argument` for wrong settings, other exceptions if the directory cannot be used.
+/// Uploads the ready files of the directory, in as many runs as necessary and allowed by
+/// `arguments`, and reports to the user. Returns true if nothing is left and nothing was rejected.
+/// Throws `std::invalid_argument` for wrong settings, other exceptions if the directory cannot be
+/// used.
 bool drain(const Arguments& arguments);
 
 }  // namespace LogglyUpload

@@ -34,7 +34,7 @@ void checkSettings(const UploadSettings& settings) {
     const std::string& url = settings.url;
     require(consistsOf(settings.token, "-"),
             "The token must consist of letters, digits and dashes.");
-    // Before anything that quotes the URL, which is public.
+    // Checked before anything that quotes the URL, which is not secret.
     require(url.find(settings.token) == std::string::npos, "The URL must not hold the token.");
     require(url.rfind("https://", 0) == 0 || url.rfind("http://", 0) == 0,
             "The URL must start with https:// or http://.");
@@ -48,7 +48,7 @@ void checkSettings(const UploadSettings& settings) {
     std::error_code error;
     require(settings.caFile.empty() || std::filesystem::is_regular_file(settings.caFile, error),
             "There is no file " + settings.caFile.string() + " with certificates.");
-    // To libcurl 0 is no limit.
+    // In libcurl, 0 means no limit.
     require(settings.connectTimeout.count() > 0 && settings.totalTimeout.count() > 0,
             "A time-out must be longer than 0.");
 }
@@ -64,8 +64,8 @@ std::string makeEndpoint(const UploadSettings& settings) {
     return endpoint;
 }
 
-/// The texts of libcurl's codes are fixed. Its longer error texts could quote the address, and with
-/// it the token.
+/// The texts of libcurl's error codes are fixed. Its detailed error texts could quote the address,
+/// which contains the token.
 void requireDone(CURLcode code) {
     if (code != CURLE_OK) throw std::runtime_error(curl_easy_strerror(code));
 }
@@ -74,13 +74,13 @@ std::size_t discard(const char*, std::size_t size, std::size_t count, void*) {
     return size * count;
 }
 
-/// One POST request on a connection of its own: on a kept one libcurl would repeat a request whose
-/// connection is lost, and deliver twice by itself.
+/// One POST request on a new connection: on a reused one libcurl would repeat a request after a
+/// lost connection, and could deliver twice.
 class Request {
 public:
     Request() : handle_(curl_easy_init(), curl_easy_cleanup) {
         addHeader("Content-Type: text/plain");
-        addHeader("Expect:");  // Sends the body at once, without asking first.
+        addHeader("Expect:");  // Sends the body immediately, without waiting for 100 Continue.
         set(CURLOPT_HTTPHEADER, headers_.get());
         set(CURLOPT_PROTOCOLS_STR, "http,https");
         set(CURLOPT_FOLLOWLOCATION, 0L);
@@ -95,12 +95,13 @@ public:
         requireDone(curl_easy_setopt(handle_.get(), option, value));
     }
 
-    /// The status of the answer; without one, throws an exception that says why.
+    /// Returns the status code of the response. Throws an exception with the reason if there is
+    /// none.
     long perform() {
         const CURLcode code = curl_easy_perform(handle_.get());
         long status = 0;
         curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
-        // A server may refuse a body that it has not read, and the connection then breaks.
+        // A server may reject a body that it has not read, and the connection then breaks.
         constexpr long FIRST_ERROR = 400;
         if (status < FIRST_ERROR) requireDone(code);
         return status;
@@ -110,7 +111,7 @@ private:
     void addHeader(const char* line) {
         curl_slist* const longer = curl_slist_append(headers_.get(), line);
         if (longer == nullptr) throw std::bad_alloc();
-        static_cast<void>(headers_.release());  // It is the longer list now, or was none.
+        static_cast<void>(headers_.release());  // The new list contains the old one.
         headers_.reset(longer);
     }
 
@@ -120,7 +121,8 @@ private:
 };
 
 std::string readFile(const path& file) {
-    // The size first: it tells what is not a file, and a file cut short from one that is empty.
+    // The size is read first: it throws if this is not a file, and distinguishes a truncated file
+    // from an empty one.
     std::string bytes(std::filesystem::file_size(file), '\0');
     std::ifstream stream(file, std::ios::binary);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -128,14 +130,14 @@ std::string readFile(const path& file) {
     return bytes;
 }
 
-/// The name that the file had before the upload run took it.
+/// The name of the file before the upload run renamed it.
 path stagedName(const path& file) {
     path name = file.filename();
     if (name.extension() == ".tmp") name.replace_extension();
     return name;
 }
 
-/// A hard link never replaces what stands at its name, unlike a rename, which serves where the file
+/// A hard link never replaces an existing file, unlike a rename, which is used only if the file
 /// system has no links.
 void moveWithoutReplacing(const path& from, const path& to, std::error_code& error) {
     std::filesystem::create_hard_link(from, to, error);
@@ -149,7 +151,7 @@ void moveWithoutReplacing(const path& from, const path& to, std::error_code& err
     }
 }
 
-/// Moves the file into "rejected" beside it and returns where it is now.
+/// Moves the file into the directory "rejected" next to it and returns its new path.
 path moveAside(const path& file) {
     const path directory = file.parent_path() / "rejected";
     std::filesystem::create_directories(directory);
