@@ -32,8 +32,9 @@ namespace Korvel {
 /// everything.
 ///
 /// The upload callable receives the path of a closed file. It may take any amount of time, delete
-/// the file itself, or throw. The library holds no lock meanwhile. It may call setUploadFile,
-/// useNewFile, append and flush, but must not call waitForUpload or destroy the sink.
+/// the file itself, or throw. The library holds no lock during the call. The callable may call
+/// setUploadFile, useNewFile, append and flush, but must not call waitForUpload or destroy the
+/// sink.
 ///
 /// A run ends early if the callable throws or a delivered file cannot be deleted. Later runs of
 /// this sink offer that file after all others, so it does not hold them up.
