@@ -12,7 +12,7 @@
 namespace Bench {
 namespace {
 
-/// Calls iconv with a converter that is opened once and a buffer that is large enough.
+/// Calls iconv with a converter opened once and a sufficiently large buffer.
 class Converter {
 public:
     Converter(const char* target, const char* source)
@@ -21,7 +21,7 @@ public:
     Converter& operator=(const Converter&) = delete;
     ~Converter() { iconv_close(handle_); }
 
-    /// Good until the next call.
+    /// Valid until the next call.
     std::string_view convert(std::string& text) {
         char* input = text.data();
         std::size_t inputLeft = text.size();

@@ -23,7 +23,7 @@ PlainMap plainMap(std::size_t size) {
     return map;
 }
 
-/// The same as a Message that was built key by key.
+/// The same map as a Message built key by key.
 Korvel::Message messageOf(const PlainMap& map) {
     Korvel::Message message;
     for (const auto& [key, value] : map) message[key] = value;
@@ -39,7 +39,7 @@ Side copying(const Map& map) {
     }};
 }
 
-/// Moves a map into a Target, which is destroyed.
+/// Moves a map into a Target and destroys it.
 template <class Target>
 Side taking(const PlainMap& map, std::size_t calls) {
     const auto maps = std::make_shared<std::vector<PlainMap>>();
@@ -88,8 +88,9 @@ void addKorvelMaps() {
     for (const std::size_t size : {100U, 1000U}) {
         addPair("map/take/" + std::to_string(size), [size] {
             const PlainMap map = plainMap(size);
-            // Few enough that the maps of a turn fit into a processor's own cache. From there on
-            // both sides mostly wait for memory, for as long as other load on the machine makes it.
+            // Few enough for the maps of a turn to fit into the processor's private cache. With
+            // more, both sides mostly wait for memory, and other load on the machine determines how
+            // long.
             const std::size_t calls = 2000 / size;
             return Pair{taking<Korvel::Message>(map, calls), taking<PlainMap>(map, calls), calls};
         });

@@ -44,7 +44,7 @@ Side filtering(const std::function<bool(const Korvel::Message&)>& predicate) {
     return {[filter](std::size_t i) { filter->append(twelveKeys(i)); }};
 }
 
-/// Appends one entry, which is built once.
+/// Appends one entry that is built once.
 Side appending(const std::shared_ptr<Korvel::Sink>& sink) {
     return {[sink, entry = twelveKeys(1)](std::size_t) { sink->append(entry); }};
 }
@@ -67,7 +67,7 @@ Pair consoleBesideFile() {
             appending(std::make_shared<Korvel::FileSink>(NOWHERE, false, true, SIZE_LIMIT))};
 }
 
-/// Both write real files, because LogglySink begins a new one now and then.
+/// Both write real files, because LogglySink occasionally starts a new one.
 struct Staging {
     TemporaryPath directory{std::filesystem::temp_directory_path(), "staging"};
     bool created = std::filesystem::create_directories(directory.path());

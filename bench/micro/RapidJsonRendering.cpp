@@ -1,5 +1,5 @@
-// Compiled twice: as the package comes, and with the SSE2 code that it has behind a macro. The
-// namespace of the second keeps the two apart.
+// Compiled twice: with the package's defaults, and with its SSE2 code, which a macro enables. The
+// second build uses a different namespace to avoid clashes.
 
 #include "micro/Subjects.h"
 #include "support/Shapes.h"

@@ -2,7 +2,7 @@
 
 namespace Bench {
 
-/// Each adds the benchmarks of one library, under names like "render/entry/korvel".
+/// Each function adds the benchmarks of one library, with names like "render/entry/korvel".
 
 void addKorvelRendering();
 void addNlohmannRendering();

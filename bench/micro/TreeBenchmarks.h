@@ -10,10 +10,10 @@
 
 namespace Bench {
 
-/// So many trees are made in a row before they are freed in a row, as a queue does.
+/// The number of trees built in a row before they are freed in a row, as in a queue.
 inline constexpr std::size_t TREES = 64;
 
-/// Times `work` alone; `before` makes ready what it needs.
+/// Times only `work`; `before` prepares its input.
 template <class Before, class Work>
 void addTimed(const std::string& name, const Before& before, const Work& work) {
     const auto run = [=](benchmark::State& state) {
@@ -31,8 +31,8 @@ void addTimed(const std::string& name, const Before& before, const Work& work) {
     benchmark::RegisterBenchmark(name.c_str(), run)->UseManualTime();
 }
 
-/// The benchmarks of one library. `makeList` and `makeKeys` build the payload of the request with a
-/// number, `entry` is a whole entry.
+/// Adds the benchmarks of one library. `makeList` and `makeKeys` build the payload of the request
+/// with a given number; `entry` is a complete entry.
 template <class Tree, class Make>
 void addTrees(const std::string& subject, const Make& makeList, const Make& makeKeys,
               const Tree& entry) {

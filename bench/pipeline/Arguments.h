@@ -12,12 +12,12 @@ struct Arguments {
     std::string subject;
     unsigned producers = 1;
     unsigned entries = 10'000;
-    /// The time from one entry of a producer to its next; zero is as fast as it can.
+    /// The time between two entries of a producer; zero means as fast as possible.
     std::chrono::nanoseconds gap = {};
     std::filesystem::path directory;
 };
 
-/// Throws `std::invalid_argument` for a word that it does not understand.
+/// Throws `std::invalid_argument` for an unknown argument.
 Arguments parseArguments(const std::vector<std::string>& words);
 
 }  // namespace Bench

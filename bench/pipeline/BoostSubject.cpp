@@ -27,7 +27,7 @@ namespace attributes = boost::log::attributes;
 namespace expressions = boost::log::expressions;
 namespace sinks = boost::log::sinks;
 
-/// The value of the attribute "tags". Boost.Log writes a value as a stream does.
+/// The value of the attribute "tags". Boost.Log formats values with operator<<.
 struct Tags {
     std::array<std::string, 2> texts;
 };
@@ -64,7 +64,7 @@ private:
     boost::log::sources::logger logger_;
 };
 
-/// A line of the same content; the texts are written without escapes.
+/// Formats a line with the same content; the texts are not escaped.
 boost::log::formatter makeFormatter() {
     const auto ok = expressions::if_(okKey == true)[expressions::stream << "true"]
                         .else_[expressions::stream << "false"];
@@ -105,7 +105,7 @@ public:
     }
 
 private:
-    /// The queue of this frontend is unbounded unless told otherwise.
+    /// The queue of this frontend is unbounded by default.
     using Sink = sinks::asynchronous_sink<sinks::text_ostream_backend>;
 
     boost::shared_ptr<Sink> sink_;

@@ -14,7 +14,7 @@
 namespace Bench {
 namespace {
 
-/// Long enough for the worker to have gone to sleep again.
+/// Long enough for the worker to fall asleep again.
 constexpr std::chrono::microseconds IDLE(300);
 
 void appendAll(Korvel::Sink& sink, const Korvel::Message& entry, Times& times) {

@@ -20,7 +20,7 @@
 namespace Bench {
 namespace {
 
-/// Renders once and tells the length.
+/// Renders once and returns the length.
 using Renderer = std::function<std::size_t()>;
 
 std::map<std::string, Renderer> makeRenderers() {

@@ -14,15 +14,15 @@
 namespace Bench {
 namespace {
 
-/// Waits for a moment without sleeping, which could be late by more than the gap. Where the
-/// producers would take every processor, they yield to the worker meanwhile.
+/// Waits for a point in time without sleeping, because a sleep could overrun by more than the gap.
+/// If the producers occupy every processor, they yield to the worker meanwhile.
 void spinUntil(Clock::time_point moment, bool yields) {
     while (Clock::now() < moment) {
         if (yields) std::this_thread::yield();
     }
 }
 
-/// The entries `first`, `first + step` and so on, as many as `times` has places.
+/// The entries `first`, `first + step` and so on, one per element of `times`.
 struct Share {
     unsigned first;
     unsigned step;
@@ -60,7 +60,7 @@ Spent spentNow() {
     return {Clock::now(), cpuTime()};
 }
 
-/// Starts all producers at once and gives what had been spent at that moment.
+/// Starts all producers at once and returns the time spent up to that point.
 Spent produceAll(Subject& subject, std::vector<Share>& shares, const Arguments& arguments) {
     std::latch ready(arguments.producers + 1);
     std::latch start(1);

@@ -18,7 +18,7 @@ namespace {
 
 using TimeText = fmt::basic_memory_buffer<char, 32>;
 
-/// The time in the form of the library's own extender.
+/// The time in the form used by Korvel's extender.
 TimeText timestamp() {
     const auto now = std::chrono::system_clock::now();
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
@@ -41,7 +41,7 @@ std::string_view view(const TimeText& text) {
 
 using JsonMaker = nlohmann::json (*)(unsigned);
 
-/// The caller builds a tree and logs its text.
+/// The caller builds a JSON tree and logs its text.
 class JsonProducer : public Producer {
 public:
     JsonProducer(std::shared_ptr<spdlog::logger> logger, JsonMaker make)
@@ -61,7 +61,7 @@ private:
     JsonMaker make_;
 };
 
-/// The caller writes the same line by hand: no tree, and nothing is escaped.
+/// The caller formats the same line by hand, without a tree or escaping.
 class FmtProducer : public Producer {
 public:
     explicit FmtProducer(std::shared_ptr<spdlog::logger> logger) : logger_(std::move(logger)) {}
@@ -79,7 +79,7 @@ private:
     std::shared_ptr<spdlog::logger> logger_;
 };
 
-/// Keeps the worker at its first entry until it is released.
+/// Blocks the worker at its first entry until released.
 class HeldSink : public spdlog::sinks::base_sink<std::mutex> {
 public:
     void release() { released_.set_value(); }
@@ -94,7 +94,7 @@ private:
 
 enum class Style { List, Keys, Fmt };
 
-/// The queue has room for everything, so that no producer ever waits for the worker.
+/// The queue has room for all entries, so no producer ever waits for the worker.
 class SpdlogSubject : public Subject {
 public:
     SpdlogSubject(Style style, const Setup& setup) : style_(style) {
@@ -116,8 +116,8 @@ public:
                                               style_ == Style::List ? nlohmannList : nlohmannKeys);
     }
 
-    /// Ending the pool is how spdlog waits; its worker tells the end, so that freeing the queue is
-    /// not counted.
+    /// spdlog drains its queue when the pool is destroyed. The worker reports the end, so freeing
+    /// the queue is not counted.
     void drain(const std::function<void()>& reached) override {
         reached_ = reached;
         pool_.reset();

@@ -8,7 +8,7 @@
 
 namespace Bench {
 
-/// What one thread logs with.
+/// The logging interface of one thread.
 class Producer {
 public:
     Producer() = default;
@@ -30,28 +30,28 @@ public:
 
     virtual std::unique_ptr<Producer> makeProducer() = 0;
 
-    /// Lets the worker finish, and calls `reached` when the last entry is in the file. Nothing is
-    /// logged afterwards.
+    /// Lets the worker finish and calls `reached` when the last entry is in the file. Nothing may
+    /// be logged afterwards.
     virtual void drain(const std::function<void()>& reached) = 0;
 };
 
 struct Setup {
     std::filesystem::path file;
-    /// How many entries will come in all, for a queue that has a size.
+    /// The total number of entries, for a bounded queue.
     std::size_t entries = 0;
-    /// The worker delivers nothing: every entry stays in the queue.
+    /// If true, the worker delivers nothing and every entry stays in the queue.
     bool held = false;
 };
 
-/// Each is empty where its name is another's.
+/// Each returns null if `name` belongs to another library.
 std::unique_ptr<Subject> makeKorvel(const std::string& name, const Setup& setup);
 std::unique_ptr<Subject> makeSpdlog(const std::string& name, const Setup& setup);
 std::unique_ptr<Subject> makeBoost(const std::string& name, const Setup& setup);
 
-/// Throws `std::invalid_argument` for a name that this build does not know.
+/// Throws `std::invalid_argument` for a name unknown to this build.
 std::unique_ptr<Subject> makeSubject(const std::string& name, const Setup& setup);
 
-/// The names that this build knows, with spaces between them.
+/// The names known to this build, separated by spaces.
 std::string subjectNames();
 
 }  // namespace Bench

@@ -17,7 +17,7 @@ inline Korvel::Message korvelList(unsigned number) {
             {"ok", true},       {"tags", std::vector<Korvel::Message>{"api", "orders"}}};
 }
 
-/// The same payload key by key and from wide text.
+/// The same payload, key by key and with wide text.
 inline Korvel::Message korvelKeys(unsigned number) {
     Korvel::Message payload;
     payload[L"method"] = L"GET";

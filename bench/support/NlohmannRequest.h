@@ -16,7 +16,7 @@ inline nlohmann::json nlohmannList(unsigned number) {
             {"ok", true},       {"tags", {"api", "orders"}}};
 }
 
-/// The same payload key by key.
+/// The same payload, key by key.
 inline nlohmann::json nlohmannKeys(unsigned number) {
     nlohmann::json payload;
     payload["method"] = "GET";

@@ -7,10 +7,10 @@
 namespace Bench {
 namespace {
 
-/// The numbers of this generator are the same with every standard library.
+/// This generator produces the same numbers with every standard library.
 using Random = std::mt19937_64;
 
-/// Picks words until the text has its size; single letters fill what no word does.
+/// Picks words until the text reaches its size; single letters fill the rest.
 std::string textOf(const std::vector<std::string>& words) {
     Random random(1);
     std::string text;

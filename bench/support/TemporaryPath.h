@@ -5,7 +5,8 @@
 
 namespace Bench {
 
-/// A name of its own for this process in `directory`; what it names goes with the object.
+/// A name in `directory` that is unique to this process. The destructor removes the file or
+/// directory of that name.
 class TemporaryPath {
 public:
     TemporaryPath(const std::filesystem::path& directory, const std::string& name);

@@ -10,8 +10,8 @@ void DirectoryStack::push(std::filesystem::path directory) {
         waiting_.push_back(std::move(directory));
         ++open_;
     }
-    // All, because the thread that shows the progress waits here too and would swallow a signal
-    // that is meant for one walker.
+    // Notifies all, because the thread that shows the progress also waits here and could swallow a
+    // signal meant for a walker.
     changed_.notify_all();
 }
 

@@ -12,25 +12,25 @@ namespace DiskCheck {
 
 /// The directories that are still to be read, shared by all walkers.
 ///
-/// It knows by itself when a walk is over: a directory stays open from push until the walker that
-/// popped it calls finish, and nothing can be pushed any more once none is open. For that, a walker
-/// pushes what it finds in a directory before it finishes that directory.
+/// It detects the end of a walk: a directory is open from push until the walker that popped it
+/// calls finish, and once none is open, nothing more can be pushed. A walker must therefore push
+/// the subdirectories of a directory before it finishes that directory.
 ///
-/// Threads: every operation from any thread.
+/// Threads: every operation may be called from any thread.
 class DirectoryStack {
 public:
     void push(std::filesystem::path directory);
 
-    /// Waits for a directory. Empty when the walk is over or has been stopped.
+    /// Waits for a directory. Returns nothing once the walk is over or has been stopped.
     std::optional<std::filesystem::path> pop();
 
-    /// Says that a directory from pop has been read.
+    /// Marks a directory from pop as read.
     void finish();
 
-    /// Ends the walk early: what is still on the stack is not handed out.
+    /// Ends the walk early: directories still on the stack are not returned.
     void stop();
 
-    /// Waits at most that long for the end of the walk; returns whether it is over.
+    /// Waits for the end of the walk, at most for the given time. Returns whether it is over.
     bool waitForEnd(std::chrono::milliseconds longest);
 
 private:

@@ -20,8 +20,8 @@ void addModified(FileFacts& facts, const std::filesystem::path& path) {
     if (error) {
         facts.problems.push_back(problemText(L"The modification time cannot be read", error));
     } else if (time > FileClock::from_sys((Clock::time_point::max)())) {
-        // The file clock reaches two centuries further than the system clock, and times from before
-        // its range wrap around to there.
+        // The file clock covers two centuries more than the system clock, and times before its
+        // range wrap around into them.
         facts.problems.emplace_back(L"The modification time is out of range");
     } else {
         const auto systemTime = FileClock::to_sys(time);
@@ -80,7 +80,8 @@ FileFacts inspect(const std::filesystem::path& path) {
     } else {
         facts.problems.push_back(problemText(L"The file cannot be examined", error));
     }
-    // Only its own name, or one bad directory would make a problem of everything below it.
+    // Only the last name is checked; otherwise everything below a badly named directory would be a
+    // problem.
     if (!readablePath(path.filename()).isExact) {
         facts.problems.emplace_back(L"The name is not valid text and is shown with escapes");
     }
@@ -88,7 +89,7 @@ FileFacts inspect(const std::filesystem::path& path) {
 }
 
 std::wstring problemText(const std::wstring& what, const std::error_code& error) {
-    // The system's own words can be in an encoding of its choice.
+    // The system's message can be in any encoding.
     return what + L": " + makeReadable(error.message()).text;
 }
 

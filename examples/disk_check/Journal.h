@@ -13,12 +13,12 @@
 
 namespace DiskCheck {
 
-/// Turns what the walkers find into log entries, and counts them.
+/// Logs the walkers' findings and counts them.
 ///
-/// Errors: an entry that the logger refuses throws `std::runtime_error`, so that a count never
-/// includes an entry that is not in the log.
+/// Errors: an entry refused by the logger throws `std::runtime_error`, so a count never includes an
+/// entry that is missing from the log.
 ///
-/// Threads: every operation from any thread, but writeSummary only after all others.
+/// Threads: every operation may be called from any thread, but writeSummary only after all others.
 class Journal {
 public:
     explicit Journal(std::shared_ptr<Korvel::Logger> logger);
@@ -28,8 +28,8 @@ public:
     void writeFile(const std::filesystem::path& path, const FileFacts& facts);
     void writeProblem(const std::filesystem::path& path, const std::wstring& description);
 
-    /// Logs the counts as the "DiskCheck" entry; `summary` holds the keys that others know. The
-    /// time runs from construction until all earlier entries are delivered.
+    /// Logs the counts as the "DiskCheck" entry; `summary` contains further keys. The measured time
+    /// runs from construction until all earlier entries are delivered.
     void writeSummary(Korvel::Message summary);
 
     /// The number of entries that the logger has accepted.

@@ -18,11 +18,11 @@ public:
     bool deliver(const path& file) override {
         const path target = directory_ / file.filename().replace_extension();
         std::error_code error;
-        // Without an option it refuses a name that is taken, and reports a failure to close.
+        // By default copy_file refuses a taken name and reports a failure to close.
         std::filesystem::copy_file(file, target, error);
         if (!error) return true;
         problems_.push_back("Cannot write " + target.string() + ": " + error.message() + ".");
-        // A part of the file must not look like all of it.
+        // A partial file must not look like a complete one.
         std::error_code ignored;
         if (error != std::errc::file_exists) std::filesystem::remove(target, ignored);
         return false;
@@ -41,7 +41,7 @@ private:
 
 std::unique_ptr<Delivery> makeLocalDelivery(const path& stage) {
     path beside = std::filesystem::absolute(stage).lexically_normal();
-    if (!beside.has_filename()) beside = beside.parent_path();  // It had a slash at its end.
+    if (!beside.has_filename()) beside = beside.parent_path();  // It had a trailing slash.
     return std::make_unique<LocalDelivery>(beside.replace_filename("delivered"));
 }
 

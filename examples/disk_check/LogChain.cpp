@@ -16,8 +16,8 @@
 
 namespace DiskCheck {
 
-/// Counts the entries that all sinks installed before it have taken. A sink that throws ends
-/// delivery without a report, and this count is where it shows.
+/// Counts the entries that all sinks installed before it have accepted. A sink that throws ends
+/// delivery without a report, which this count reveals.
 class DeliveryCount : public Korvel::Sink {
 public:
     void flush() override {}
@@ -36,7 +36,7 @@ using Korvel::Message;
 
 constexpr std::uint64_t ALL_ONES = (std::numeric_limits<std::uint64_t>::max)();
 
-/// Takes the progress line off the terminal while its target writes there.
+/// Clears the progress line while its target writes to the terminal.
 class AsideSink : public Korvel::Sink {
 public:
     AsideSink(std::shared_ptr<Korvel::Sink> target, Progress& progress)
@@ -84,9 +84,9 @@ LogChain::LogChain(const std::filesystem::path& directory, Progress& progress,
     file_ = std::make_shared<Korvel::FileSink>(path_, true, false, ALL_ONES);
     requireFile();
     handler_->installSink(file_);
-    handler_->installSink(std::move(staging));  // Refused, without harm, if it is null.
+    handler_->installSink(std::move(staging));  // A null sink is refused without harm.
     handler_->installSink(makeConsole(progress));
-    handler_->installSink(delivered_);  // The last one, so that it counts what all have taken.
+    handler_->installSink(delivered_);  // Installed last, so it counts what all sinks took.
     handler_->startProcessing();
     logger_ = makeExtenders(handler_);
 }

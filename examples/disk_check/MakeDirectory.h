@@ -4,7 +4,7 @@
 
 namespace DiskCheck {
 
-/// Makes a directory with all those above it, if it is missing. Throws `std::runtime_error` with a
+/// Creates a directory and its parents if they are missing. Throws `std::runtime_error` with a
 /// sentence for the user.
 void makeDirectory(const std::filesystem::path& directory);
 

@@ -4,7 +4,7 @@
 
 namespace DiskCheck {
 
-/// Takes the place of HttpDelivery.cpp in a build without libcurl.
+/// Replaces HttpDelivery.cpp in a build without libcurl.
 std::unique_ptr<Delivery> makeHttpDelivery(const std::string&) {
     throw CommandLine::UsageError("This disk_check was built without libcurl and has no --upload.");
 }

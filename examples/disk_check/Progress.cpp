@@ -24,7 +24,7 @@ void Progress::stepAside(const std::function<void()>& write) {
     write();
 }
 
-/// With spaces, because not every terminal knows the escape sequence for it.
+/// Uses spaces, because not every terminal supports the escape sequence.
 void Progress::clear() {
     if (width_ == 0) return;
     std::cerr << '\r' << std::string(width_, ' ') << '\r' << std::flush;

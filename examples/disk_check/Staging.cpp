@@ -16,7 +16,8 @@ Staging::Staging(std::filesystem::path directory, std::unique_ptr<Delivery> deli
     : directory_(std::move(directory)), delivery_(std::move(delivery)) {
     makeDirectory(directory_);
     sink_ = std::make_shared<Korvel::LogglySink>(directory_);
-    LogglyUpload::currentFileOf(*sink_, directory_);  // Throws if the directory takes no file.
+    LogglyUpload::currentFileOf(*sink_,
+                                directory_);  // Throws if no file can be created in the directory.
 }
 
 const std::shared_ptr<Korvel::LogglySink>& Staging::sink() const {
@@ -36,7 +37,7 @@ void Staging::deliver() {
     LogglyUpload::endSink(std::move(sink_), directory_);
     std::cout << "Delivered " << delivered_ << (delivered_ == 1 ? " file to " : " files to ")
               << delivery_->destination() << '\n';
-    // Rejected files are not closed files any more, and others may not have been offered at all.
+    // Rejected files no longer count as closed files, and others may not have been offered at all.
     left_ = (std::max)(left_, closed);
     if (left_ > 0) throw std::runtime_error(leftText());
 }

@@ -2,7 +2,7 @@
 
 namespace DiskCheck {
 
-/// Whether standard error is shown to a person at once, rather than kept in a file or a pipe.
+/// Whether standard error is a terminal rather than a file or a pipe.
 bool isErrorOutputTerminal();
 
 }  // namespace DiskCheck

@@ -66,7 +66,7 @@ void Walk::visit(const std::filesystem::path& path) {
     if (facts.isDirectory()) directories_.push(path);
 }
 
-/// Counts one visit, so it must be asked exactly once for each.
+/// Counts one visit, so it must be called exactly once per visit.
 bool Walk::isWithinLimit() {
     if (visits_.fetch_add(1) < limit_) return true;
     hasReachedLimit_ = true;
@@ -74,7 +74,7 @@ bool Walk::isWithinLimit() {
     return false;
 }
 
-/// Keeps the first failure only: the others follow from it.
+/// Keeps only the first failure: the others follow from it.
 void Walk::fail(std::exception_ptr reason) noexcept {
     {
         const std::lock_guard<std::mutex> guard(failureMutex_);

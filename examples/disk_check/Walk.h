@@ -14,13 +14,13 @@
 
 namespace DiskCheck {
 
-/// Walks a directory tree with several threads and writes what is in it to a Journal. The root
-/// itself is not part of what is found, and links are not followed.
+/// Walks a directory tree with several threads and writes its entries to a Journal. The root itself
+/// is not included, and links are not followed.
 ///
-/// Errors: what is wrong in the tree goes to the journal. An exception of the journal ends the walk
-/// and comes out of join.
+/// Errors: problems in the tree go to the journal. An exception from the journal ends the walk, and
+/// join rethrows it.
 ///
-/// Threads: belongs to the thread that made it.
+/// Threads: may be used only by the thread that created it.
 class Walk {
 public:
     /// Stops after `limit` file-system entries. `journal` must outlive the walk.
@@ -30,13 +30,13 @@ public:
 
     void start(const std::filesystem::path& root, std::uint64_t threads);
 
-    /// Waits at most that long for the end; returns whether it has come, and join will not wait
-    /// long.
+    /// Waits for the end, at most for the given time. Returns whether the walk is over, in which
+    /// case join returns soon.
     bool waitForEnd(std::chrono::milliseconds longest);
 
     void join();
 
-    /// Whether something was left out because of the limit.
+    /// Whether anything was left out because of the limit.
     bool hasReachedLimit() const;
 
 private:

@@ -1,6 +1,6 @@
-/// Checks a directory tree and keeps a log of it: a whole program around the library, from the
-/// command line to the last flush. LogChain.cpp is where the logger is built, Journal.cpp where
-/// entries are made, Staging.cpp where they leave the machine.
+/// Checks a directory tree and logs it: a complete program around the library, from the command
+/// line to the last flush. LogChain.cpp builds the logger, Journal.cpp creates entries, and
+/// Staging.cpp delivers them.
 
 #include "Arguments.h"
 #include "Delivery.h"

@@ -34,7 +34,7 @@ path currentFileOf(Korvel::LogglySink& sink, const path& directory) {
 
 void endSink(std::shared_ptr<Korvel::LogglySink> sink, const path& directory) {
     const path current = currentFileOf(*sink, directory);
-    sink.reset();  // First, because not every system deletes an open file.
+    sink.reset();  // Closed first, because not every system can delete an open file.
     std::error_code error;
     if (std::filesystem::file_size(current, error) == 0) std::filesystem::remove(current, error);
 }

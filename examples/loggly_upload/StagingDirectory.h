@@ -14,14 +14,14 @@ namespace LogglyUpload {
 std::vector<std::filesystem::path> namesEndingIn(const std::filesystem::path& directory,
                                                  const std::string& ending);
 
-/// The file that `sink` writes to: the one of its directory that its getLogFiles leaves out. Throws
-/// `std::runtime_error` with a sentence for the user if the sink could not make one. No other sink
-/// may use the directory.
+/// The current file of `sink`: the one in its directory that getLogFiles leaves out. Throws
+/// `std::runtime_error` with a sentence for the user if the sink could not create one. No other
+/// sink may use the directory.
 std::filesystem::path currentFileOf(Korvel::LogglySink& sink,
                                     const std::filesystem::path& directory);
 
-/// Ends a sink of which this is the last owner, and deletes its current file if nothing was written
-/// to it. Without this every sink would leave an empty file for the next one.
+/// Destroys a sink of which this is the last owner, and deletes its current file if nothing was
+/// written to it. Otherwise every sink would leave an empty file for the next one.
 void endSink(std::shared_ptr<Korvel::LogglySink> sink, const std::filesystem::path& directory);
 
 }  // namespace LogglyUpload

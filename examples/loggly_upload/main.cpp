@@ -1,5 +1,5 @@
-/// Uploads the staging files that a program with a LogglySink has left. LogglyUploader.cpp is the
-/// part to copy into a program of your own, Drain.cpp shows it at work.
+/// Uploads the staging files left by a program with a LogglySink. Copy LogglyUploader.cpp into your
+/// own program; Drain.cpp shows how to use it.
 
 #include "Arguments.h"
 #include "Drain.h"

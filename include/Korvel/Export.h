@@ -1,8 +1,8 @@
 #pragma once
 
-/// KORVEL_API marks what the library exports. KORVEL_STATIC (which the CMake target passes on by
-/// itself) says that the library is linked statically; KORVEL_BUILDING is set only while the
-/// library itself is compiled.
+/// KORVEL_API marks exported symbols. KORVEL_STATIC, which the CMake target passes on
+/// automatically, means that the library is linked statically. KORVEL_BUILDING is defined only
+/// while the library itself is compiled.
 #if defined(KORVEL_STATIC)
 #define KORVEL_API
 #elif defined(_WIN32)

@@ -9,21 +9,21 @@
 
 namespace Korvel {
 
-/// A Logger that adds one key to every message and hands it to the Logger behind it.
+/// A Logger that adds one key to every message and passes it to the wrapped Logger.
 ///
-/// It runs on the thread that calls log, so what it adds belongs to the moment and the thread of
-/// the call. Extenders stack and run from the outside in: a getter sees the keys of the outer ones.
-/// A key that the message already has is overwritten, so of two extenders with the same key the one
-/// nearer to the SinkHandler wins. A payload that is neither a Map nor Null moves under
-/// "messageData" first.
+/// It runs on the thread that calls log, so the added value reflects the time and thread of the
+/// call. Extenders can be chained and run from the outside in: a getter sees the keys of the outer
+/// ones. An existing key is overwritten, so if two extenders set the same key, the one closer to
+/// the SinkHandler wins. A payload that is neither a Map nor Null is first moved to the key
+/// "messageData".
 ///
-/// createStaticExtender, createThreadIdExtender and createTimestampExtender (Functions.h) make the
-/// usual kinds.
+/// createStaticExtender, createThreadIdExtender and createTimestampExtender (Functions.h) create
+/// the usual kinds.
 ///
-/// Threads: log has no lock and may be called from many threads at once; so the getter must be safe
-/// for that.
+/// Threads: log takes no lock and may be called from several threads at once, so the getter must be
+/// thread-safe.
 ///
-/// Ownership: shares the wrapped logger, so an application holds only the outermost one.
+/// Ownership: shares the wrapped logger, so an application needs to hold only the outermost one.
 class KORVEL_API Extender : public Logger {
 public:
     /// `logger` must not be null. `getter` computes the value from the message. Throws
@@ -34,8 +34,8 @@ public:
 
     using Logger::log;
 
-    /// The result and the exceptions are those of the wrapped logger. An exception of the getter,
-    /// or `std::bad_function_call` for an empty one, passes out and nothing is logged.
+    /// Returns and throws what the wrapped logger does. An exception from the getter, or
+    /// `std::bad_function_call` if it is empty, propagates, and nothing is logged.
     bool log(const std::wstring& type, Message message) override;
 
     /// Flushes the wrapped logger.

@@ -8,19 +8,19 @@
 
 namespace Korvel {
 
-/// A Sink that hands on to another Sink only the entries that a predicate accepts.
+/// A Sink that forwards to another Sink only the entries that a predicate accepts.
 ///
 /// The entry is not copied, and flush is always forwarded. A filter with an empty target drops what
 /// its predicate accepts, and its flush does nothing.
 ///
-/// Errors: append throws `std::bad_function_call` if the predicate is empty. Exceptions of the
-/// predicate and of the target pass out unchanged; on the worker thread of a SinkHandler they end
+/// Errors: append throws `std::bad_function_call` if the predicate is empty. Exceptions from the
+/// predicate and the target propagate unchanged; on the worker thread of a SinkHandler they end
 /// delivery to all of its sinks.
 ///
-/// Threads: no lock. The predicate runs on the thread that calls append, and concurrently if append
-/// is called so.
+/// Threads: takes no lock. The predicate runs on the thread that calls append, concurrently if
+/// append is called concurrently.
 ///
-/// Ownership: shares the target and does not flush it at its end.
+/// Ownership: shares the target; the destructor does not flush it.
 class KORVEL_API Filter : public Sink {
 public:
     Filter(std::shared_ptr<Sink> target, std::function<bool(const Message&)> predicate);

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Everything that Korvel offers, in one include.
+/// Includes every public header of Korvel.
 
 #include <Korvel/ConsoleSink.h>
 #include <Korvel/Extender.h>

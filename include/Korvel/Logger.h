@@ -7,15 +7,15 @@
 
 namespace Korvel {
 
-/// Where an application hands in its log messages: a SinkHandler, or a chain of Extenders that ends
-/// in one.
+/// The interface that takes an application's log messages: a SinkHandler, or a chain of Extenders
+/// that ends in one.
 ///
 /// Threads: log and flush may be called from any thread at any time.
 ///
 /// Ownership: loggers live in shared pointers, and a logger that wraps another one keeps it alive.
 ///
-/// For implementers: bring `using Logger::log;` into the derived class, or its own log hides the
-/// narrow one.
+/// For implementers: put `using Logger::log;` into the derived class, or its log hides the narrow
+/// overload.
 class KORVEL_API Logger {
 public:
     Logger() = default;
@@ -23,22 +23,22 @@ public:
     Logger& operator=(const Logger&) = delete;
     virtual ~Logger();
 
-    /// Offers one message under the type name `type`. True: the end of the chain accepted it, which
-    /// does not mean that a sink has seen it. False: it was refused, as by a stopped SinkHandler.
-    /// The message is the logger's own: nothing done to it comes back to the caller.
+    /// Logs one message under the type name `type`. Returns true if the end of the chain accepted
+    /// it, which does not mean that a sink has received it, and false if it was refused, as by a
+    /// stopped SinkHandler. The logger owns the message: the caller never sees changes to it.
     virtual bool log(const std::wstring& type, Message message) = 0;
 
-    /// Blocks until the chain has delivered and flushed what it has accepted, as far as the end of
-    /// the chain promises it.
+    /// Blocks until the chain has delivered and flushed what it has accepted. The end of the chain
+    /// defines the exact guarantee.
     virtual void flush() = 0;
 
-    /// The same with a narrow (UTF-8) type name. A name that cannot be converted throws
+    /// Does the same with a narrow (UTF-8) type name. A name that cannot be converted throws
     /// `std::range_error` "bad conversion", and nothing is logged.
     bool log(const std::string& type, Message message);
 
 protected:
-    /// Brings a payload into the form to which keys can be added: a Map or Null stays as it is,
-    /// anything else becomes a Map with the payload under the key "messageData".
+    /// Prepares a payload for added keys: a Map or Null is unchanged, anything else becomes a Map
+    /// with the payload under the key "messageData".
     static void wrapPayload(Message& message);
 };
 

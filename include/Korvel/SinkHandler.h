@@ -11,85 +11,85 @@ namespace Korvel {
 
 class Pipeline;
 
-/// The Logger at the end of every chain: it queues entries and delivers them to its sinks on one
-/// worker thread of its own, so a thread that logs never waits for a destination.
+/// The Logger at the end of every chain. It queues entries and delivers them to its sinks on its
+/// own worker thread, so a thread that logs never waits for a destination.
 ///
-/// An entry is a Map: the keys of a Map payload (or "messageData" with a payload that is neither a
-/// Map nor Null), and "message" with the type name, which overwrites a payload's own "message".
+/// An entry is a Map with the keys of a Map payload (or "messageData" with a payload that is
+/// neither a Map nor Null), and "message" with the type name, which overwrites a "message" in the
+/// payload.
 ///
-/// Entries reach every sink in queue order, once each. Sinks are served in install order, and one
-/// entry has been offered to all of them before the next is offered to any. The set of sinks is
-/// looked at when an entry is delivered, not when it is logged. The queue has no limit: nothing is
-/// dropped on overflow, and log never waits for room. Entries accepted while no worker runs wait
+/// Every sink receives each entry once, in queue order. Sinks are called in install order, and all
+/// of them receive an entry before any receives the next. An entry goes to the sinks that are
+/// installed when it is delivered, not when it is logged. The queue is unbounded: nothing is
+/// dropped on overflow, and log never waits for space. Entries accepted while no worker runs wait
 /// for startProcessing.
 ///
-/// A sleeping worker is woken at once. One that has just delivered lets entries gather for about a
-/// tenth of a millisecond (on Windows for up to a tick of its timer, some 16 ms) before it looks
-/// again, so that a steady load does not wake it for each of them; flush and stopProcessing cut
-/// that short.
+/// Latency: a sleeping worker is woken immediately. After a delivery it lets entries gather for
+/// about 0.1 ms (on Windows for up to one timer tick, about 16 ms) before it checks the queue
+/// again, so a steady load does not wake it for each entry. flush and stopProcessing interrupt this
+/// wait.
 ///
-/// Memory. Each call of log frees the oldest of the delivered entries that wait for that. Only
-/// entries of up to about 2 KiB do, 1,024 of them at most; the worker frees all others at once, and
-/// those as well when it has nothing to do. docs/platforms.md says how a process shrinks after a
-/// burst.
+/// Memory: delivered entries of up to about 2 KiB, at most 1,024 of them, wait for later calls of
+/// log, each of which frees the oldest. The worker frees all others immediately, and the waiting
+/// ones when it is idle. docs/platforms.md describes how a process shrinks after a burst.
 ///
-/// Stopping: stopProcessing, and so the destructor, refuses further entries, delivers what is
-/// queued, flushes the sinks and joins the worker. Destroy a handler before the end of `main` and
-/// never on its own worker thread.
+/// Stopping: stopProcessing, and therefore the destructor, refuses further entries, delivers the
+/// queued ones, flushes the sinks and joins the worker. Destroy a handler before the end of `main`
+/// and never on its own worker thread.
 ///
-/// What is not promised. The queue is memory: what has not been delivered when the process dies is
-/// lost. A handler that is destroyed without a worker drops what it still holds. A sink that throws
-/// ends the worker: the entry at hand and the rest of the batch taken with it are lost, nothing is
-/// reported, log goes on returning true, and entries pile up until a new startProcessing (or
-/// stopProcessing and startProcessing) delivers them.
+/// Not promised: the queue is in memory, so undelivered entries are lost when the process dies. A
+/// handler destroyed without a worker drops its queued entries. A sink that throws ends the worker:
+/// the current entry and the rest of its batch are lost, nothing is reported, log still returns
+/// true, and entries accumulate until a new startProcessing (or stopProcessing and startProcessing)
+/// delivers them.
 ///
-/// Errors: log and flush throw `std::logic_error` when a sink calls them on the worker thread.
+/// Errors: log and flush throw `std::logic_error` if a sink calls them on the worker thread.
 ///
-/// Threads: log, flush, installSink and removeSink from any thread. startProcessing, stopProcessing
-/// and the destructor belong to the owner, who calls them one at a time.
+/// Threads: log, flush, installSink and removeSink may be called from any thread. startProcessing,
+/// stopProcessing and the destructor are for the owner, who calls them one at a time.
 ///
-/// Ownership: the handler shares its sinks and releases them, first to last, when it is destroyed.
+/// Ownership: the handler shares its sinks and releases them in install order when it is destroyed.
 class KORVEL_API SinkHandler : public Logger {
 public:
-    /// A handler that is already processing.
+    /// Starts processing immediately.
     SinkHandler();
-    /// With false the handler holds all entries back until startProcessing, so that every sink can
-    /// be in place before the first delivery.
+    /// With false, the handler holds all entries until startProcessing, so every sink can be
+    /// installed before the first delivery.
     explicit SinkHandler(bool startThread);
     ~SinkHandler() override;
 
     using Logger::log;
 
-    /// Queues one entry. False, on any thread and without an exception, while the handler is
-    /// stopped. On the worker thread: `std::logic_error` "Calling log() from inside the logger
-    /// thread is forbidden".
+    /// Queues one entry. Returns false, on any thread and without an exception, while the handler
+    /// is stopped. Otherwise throws `std::logic_error` "Calling log() from inside the logger thread
+    /// is forbidden" on the worker thread.
     bool log(const std::wstring& type, Message message) override;
 
-    /// Returns after everything accepted before the call has been delivered and all sinks have been
-    /// flushed since. Without a worker it returns at once and does nothing, and it also returns,
-    /// without an error, when the worker ends meanwhile. Concurrent calls share a pass over the
-    /// sinks that begins after all of them.
+    /// Returns once everything accepted before the call has been delivered and all sinks have then
+    /// been flushed. Without a worker it does nothing; if the worker ends meanwhile, it returns
+    /// without an error. Concurrent calls share one pass over the sinks that starts after all of
+    /// them.
     ///
-    /// The sinks are flushed once the queue is empty. Under a load that never lets it run empty,
+    /// The sinks are flushed once the queue is empty. Under a load that never lets it become empty,
     /// they are flushed between two batches about a second after the call, or later if the entries
     /// before the call take longer.
     ///
-    /// On the worker thread: `std::logic_error` "Calling flush() from inside the logger thread is
-    /// forbidden". The same comes out of removeSink and stopProcessing there.
+    /// Throws `std::logic_error` "Calling flush() from inside the logger thread is forbidden" on
+    /// the worker thread. removeSink and stopProcessing throw the same there.
     void flush() override;
 
-    /// Adds `sink` behind the others. False for a null pointer and for a sink that is already
-    /// installed. Waits while a sink is at work, but not for the rest of a batch.
+    /// Adds `sink` after the others. Returns false for a null pointer and for a sink that is
+    /// already installed. Waits for a running sink call, but not for the rest of a batch.
     bool installSink(std::shared_ptr<Sink> sink);
 
-    /// Flushes the handler, then takes `sink` out; so with a worker the sink still receives what
-    /// was accepted before. False for a null pointer (without the flush) and for a sink that is not
-    /// installed.
+    /// Flushes the handler, then removes `sink`, so with a worker the sink still receives all
+    /// entries accepted before the call. Returns false for a null pointer (without the flush) and
+    /// for a sink that is not installed.
     bool removeSink(const std::shared_ptr<Sink>& sink);
 
-    /// Starts the worker; no effect while one runs. A worker that a throwing sink has ended is
-    /// replaced. If the system refuses a thread the call returns normally and the handler is
-    /// stopped: log returns false.
+    /// Starts the worker; has no effect while one runs. Replaces a worker that a throwing sink has
+    /// ended. If the system refuses a thread, the call returns normally and the handler is stopped:
+    /// log returns false.
     void startProcessing();
 
     /// Drains the queue, flushes the sinks and ends the worker. Without a worker the queue keeps

@@ -6,8 +6,8 @@
 
 namespace Korvel {
 
-/// Thrown when an Extender is built with a key that it must not set: an empty one, or "message",
-/// which in every entry holds the type name.
+/// Thrown when an Extender is constructed with a key that it must not set: an empty one, or
+/// "message", which holds the type name in every entry.
 class KORVEL_API WrongKeyException : public std::exception {
 public:
     WrongKeyException() noexcept = default;

@@ -6,7 +6,7 @@
 
 namespace Korvel {
 
-/// Thrown by a Message that is read or changed as a type that it does not hold.
+/// Thrown when a Message is read or changed as a type that it does not hold.
 class KORVEL_API WrongTypeException : public std::exception {
 public:
     WrongTypeException() noexcept = default;

@@ -17,12 +17,11 @@ using Detail::Type;
 using Detail::Value;
 
 constexpr std::string_view STEP = "  ";
-/// A long text is written in pieces, because the room for its worst case is six times its size.
+/// Long text is written in pieces, because in the worst case it grows to six times its size.
 constexpr std::size_t PIECE = 4096;
-/// For a child that is a number or a short text, with its key if that is short, and what surrounds
-/// them except indentation.
+/// Enough for a number or a short text, its ShortKey and the punctuation, without indentation.
 constexpr std::size_t ROOM_FOR_CHILD = 128;
-/// Comma, line feed, quotes of the key, colon, space.
+/// Comma, line feed, quotes around the key, colon, space.
 constexpr std::size_t MAX_PUNCTUATION = 8;
 
 static_assert(JsonEscape::roomFor(Detail::Short::CAPACITY) + TextBlock::SIZE + MAX_PUNCTUATION <=
@@ -35,7 +34,7 @@ char* put(char* out, std::string_view piece) {
     return out + piece.size();
 }
 
-/// Free of branches.
+/// Branch-free.
 char* putComma(char* out, bool isFirst) {
     *out = ',';
     return out + (isFirst ? 0 : 1);
@@ -70,7 +69,7 @@ bool isContainer(const Message& message) {
 
 }  // namespace
 
-// The children of each kind of container, from the first one that is not yet written.
+// Iterators over the unwritten children of each kind of container.
 
 struct JsonWriter::Elements {
     static constexpr char CLOSING = ']';
@@ -160,9 +159,9 @@ void JsonWriter::open(const Message& container) {
     innermost().entry = value.plain.payload.map->shownMap().begin();
 }
 
-/// Goes on with the innermost container up to a child that is a container itself, or to its end.
-/// What the loop uses is local, because whatever is written through a character pointer could be a
-/// member as far as a compiler knows.
+/// Writes the innermost container up to the next child that is a container, or to its end. The loop
+/// uses only local variables, because the compiler must assume that a write through a character
+/// pointer changes a member.
 template <class Children>
 void JsonWriter::writeChildren(Children children) {
     const std::size_t room = ROOM_FOR_CHILD + indent_.size();
@@ -193,14 +192,14 @@ void JsonWriter::close(char bracket, bool isEmpty) {
     if (depth_ > 0 && pretty_) indent_.resize(indent_.size() - STEP.size());
 }
 
-/// What precedes a child beside a comma.
+/// Writes the layout between the comma and a child.
 char* JsonWriter::putLayout(char* out, bool isFirst) const {
     if (pretty_ && !isFirst) *out++ = '\n';
     out = put(out, indent_);
     return pretty_ ? put(out, STEP) : out;
 }
 
-/// `out` is the end of the text, with ROOM_FOR_CHILD less a key and its punctuation behind it.
+/// `out` is the end of the text, followed by ROOM_FOR_CHILD bytes less a key and its punctuation.
 char* JsonWriter::putScalar(char* out, const Message& scalar) {
     const Value& value = MessageAccess::value(scalar);
     const auto& payload = value.plain.payload;
@@ -222,7 +221,7 @@ char* JsonWriter::putScalar(char* out, const Message& scalar) {
     }
 }
 
-/// Of any length, because the locale can have any facet.
+/// The text can have any length, because the locale can have any facet.
 char* JsonWriter::putInGlobalLocale(char* out, double value) {
     const std::string text = DoubleText::inGlobalLocale(value);
     return put(text_.room(out, text.size() + ROOM_FOR_CHILD), text);

@@ -12,18 +12,18 @@
 
 namespace Korvel {
 
-/// Renders Messages as JSON text at the end of a buffer. It walks a tree with a stack of its own,
-/// so depth costs memory and not stack.
+/// Appends Messages to a buffer as JSON text. It walks a tree with an explicit stack, so depth
+/// costs heap memory, not call stack.
 class JsonWriter {
 public:
     JsonWriter(TextBuffer& text, bool pretty, std::string indent);
 
-    /// If it throws, the buffer holds a part of the text, and the writer must not be used again.
+    /// If it throws, the buffer holds part of the text, and the writer must not be used again.
     void write(const Message& message);
 
 private:
-    /// A container that has been opened and not yet closed, and what of it comes next: `entry` for
-    /// a Map that its shown map indexes, `position` otherwise.
+    /// A container that has been opened and not yet closed, and its next child: `entry` for a Map
+    /// indexed by its shown map, `position` otherwise.
     struct Level {
         const Message* container;
         std::size_t position;
@@ -51,7 +51,7 @@ private:
     const bool isClassicLocale_;
     std::string indent_;
     std::size_t depth_ = 0;
-    /// Enough for most, so that they need no allocation.
+    /// Enough for most trees, which then need no allocation.
     std::array<Level, 4> first_;
     std::vector<Level> deeper_;
 };

@@ -9,7 +9,7 @@
 namespace Korvel {
 namespace {
 
-/// For the keys that extenders and the handler add.
+/// Slots for keys that extenders and the handler add.
 constexpr std::size_t SPARE_SLOTS = 4;
 
 class SpinLock {
@@ -68,7 +68,7 @@ void MapNode::prefetch() const noexcept {
 
 const MapNode::ShownMap& MapNode::shownMap() const {
     if (const ShownMap* const made = map()) return *made;
-    // Several readers can get here at the same time; the first one makes the map for all.
+    // Several readers can get here at the same time; the first one builds the map for all.
     const SpinLock lock(mapInWork_);
     if (map() == nullptr) {
         auto made = std::make_unique<ShownMap>();
@@ -120,7 +120,7 @@ Message& MapNode::element(std::wstring_view key) {
 }
 
 Message& MapNode::elementInSlots(const ShortKey& key) {
-    // From the end, because keys often come in their order.
+    // Search from the end, because keys often arrive in order.
     std::size_t position = size_;
     for (; position > 0; --position) {
         Slot& other = *slot(order_[position - 1]);
@@ -131,7 +131,7 @@ Message& MapNode::elementInSlots(const ShortKey& key) {
     return insert(position, key);
 }
 
-/// From the first key that the slots cannot take on, all new keys go to the shown map.
+/// Once a key does not fit into the slots, all new keys go into the shown map.
 Message& MapNode::elementInMap(const ShortKey& key) {
     return elementInMap(key.wide());
 }
@@ -139,12 +139,12 @@ Message& MapNode::elementInMap(const ShortKey& key) {
 Message& MapNode::elementInMap(std::wstring key) {
     shownMap();
     isIndexedBySlots_ = false;
-    // Most keys are new ones, for which emplace compares less than try_emplace.
+    // Most keys are new, and emplace compares fewer keys than try_emplace for those.
     const auto entry = map()->emplace(std::move(key), Message()).first;
     return MessageAccess::resolve(entry->second);
 }
 
-/// A new slot with a Null, at `position` of the order.
+/// Creates a slot with a Null at `position` in key order.
 Message& MapNode::insert(std::size_t position, const ShortKey& key) {
     if (size_ == capacity_ && overflow_ == nullptr) {
         constexpr std::size_t SLOT_SIZE = sizeof(Slot);

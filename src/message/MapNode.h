@@ -15,15 +15,15 @@
 
 namespace Korvel {
 
-/// What a Map owns.
+/// The storage of a Map.
 ///
-/// A value lives in a slot and never moves, so a reference to it stays good. The slots are a first
-/// block inside this object's own storage and one overflow block, MAX_SLOTS together; `order_`
-/// lists them by key. docs/design.md draws the memory.
+/// A value lives in a slot and never moves, so references to it stay valid. The slots are a first
+/// block after this object in the same allocation and one overflow block, MAX_SLOTS together;
+/// `order_` lists them by key.
 ///
-/// The first call of getMap makes the shown map, a `std::map` with an alias of every slot. A key
-/// that no slot can take (one that is not short, or one too many) lives in the shown map itself,
-/// and so does every key that comes later: then the shown map is the index.
+/// The first call of getMap builds the shown map, a `std::map` with an alias for every slot. A key
+/// that does not fit into a slot (because it is not a ShortKey or all slots are in use) is stored
+/// in the shown map itself, and so is every later new key: the shown map then is the index.
 ///
 /// Threads: any number of threads may call the const operations at the same time.
 class MapNode {
@@ -37,11 +37,11 @@ public:
 
     static constexpr std::size_t MAX_SLOTS = 32;
 
-    /// An empty one, made for `size` entries and a few that loggers add.
+    /// Creates an empty node for `size` entries and a few that loggers add.
     static MapNode* create(std::size_t size);
-    /// With the entries of a map, whose keys must have no element above 16 bits.
+    /// Creates a node with the entries of a map, whose keys must not have supplementary elements.
     static MapNode* create(ShownMap entries);
-    /// An empty one that can hold the entries of `source` the way `source` does.
+    /// Creates an empty node that can store the entries of `source` in the same way.
     static MapNode* createLike(const MapNode& source) {
         return source.isIndexedBySlots_ ? create(source.size_) : create(ShownMap());
     }
@@ -54,9 +54,9 @@ public:
 
     /// Whether the slots hold all entries.
     bool isIndexedBySlots() const noexcept { return isIndexedBySlots_; }
-    /// The slot at `position` of the order of keys.
+    /// The slot at `position` in key order.
     const Slot& slotAt(std::size_t position) const noexcept { return *slot(order_[position]); }
-    /// The `std::map` with all entries, made now if there is none.
+    /// The `std::map` with all entries, built on first use.
     const ShownMap& shownMap() const;
 
     /// The value at `key`; null if there is none.
@@ -75,14 +75,14 @@ public:
         for (auto& entry : *map()) action(entry.second);
     }
 
-    /// Makes an entry for each of `source`, for which this node was created, and calls
-    /// `copyValue(value, copy)` with each value and its Null here.
+    /// Adds an entry for each entry of `source`, for which this node was created, and calls
+    /// `copyValue(value, copy)` with each value and its new Null.
     template <class CopyValue>
     void copyEntries(const MapNode& source, CopyValue copyValue);
 
     void prefetch() const noexcept;
 
-    /// Links the containers that wait for destruction, which must neither recurse nor allocate.
+    /// Links containers awaiting destruction, which must neither recurse nor allocate.
     MapNode* next = nullptr;
 
 private:
@@ -104,18 +104,18 @@ private:
     Message& elementInMap(std::wstring key);
     Message& insert(std::size_t position, const ShortKey& key);
 
-    /// Null until somebody needs it.
+    /// Null until needed.
     mutable std::atomic<ShownMap*> shownMap_ = nullptr;
-    /// For the slots from `capacity_` on; null until they are needed.
+    /// The slots from `capacity_` on; null until needed.
     Slot* overflow_ = nullptr;
     /// The indices of the slots in use, by key.
     std::array<std::uint8_t, MAX_SLOTS> order_;
-    /// The slots in use.
+    /// The number of slots in use.
     std::uint8_t size_ = 0;
-    /// Those in the first block.
+    /// The number of slots in the first block.
     const std::uint8_t capacity_;
     bool isIndexedBySlots_ = true;
-    /// Held while the shown map is made.
+    /// The spin lock held while the shown map is built.
     mutable std::atomic_flag mapInWork_;
 };
 

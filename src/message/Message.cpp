@@ -16,7 +16,7 @@ namespace {
 using Detail::Type;
 using Detail::Value;
 
-/// Makes a Null a Map of entries whose values it moves, or copies where they are const.
+/// Turns a Null into a Map of entries. Moves their values, or copies them if they are const.
 template <class Entries>
 void makeMap(Value& value, Entries& entries) {
     MapNode* const map = MapNode::create(entries.size());
@@ -46,8 +46,7 @@ std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> so
 
 }  // namespace
 
-// Constructors delegate, so that the object is complete and its destructor frees what a failure
-// leaves.
+// Constructors delegate, so the object is complete and its destructor cleans up after a failure.
 
 Message::Message(std::map<std::string, Message> entries) : Message() {
     makeMap(value_, entries);
@@ -90,12 +89,12 @@ Message& Message::operator=(const Message& source) {
         value_ = source.value_;
         return *this;
     }
-    // The copy comes first: the source may be a part of the tree that goes.
+    // Copied first: the source may be part of the tree that is destroyed.
     Message copy(source);
     return *this = std::move(copy);
 }
 
-/// Replaces a value that is not self-contained; an alias replaces what it shows.
+/// Replaces a value that is not self-contained. An alias replaces its target.
 void Message::replace(const Value& taken) noexcept {
     Message& target = MessageAccess::resolve(*this);
     const Value old = target.value_;

@@ -17,7 +17,7 @@ void MessageAccess::prefetch(const Message& message) noexcept {
 
 std::size_t MessageAccess::footprint(const Message& message, std::size_t limit) noexcept {
     std::size_t size = 0;
-    // Every level of recursion adds to the size, so the limit also bounds the depth.
+    // Every level of recursion increases the size, so the limit also bounds the depth.
     const auto add = [&size, limit](const Message& child) {
         size += sizeof child;
         if (!child.value_.isSelfContained() && size < limit) size += footprint(child, limit - size);

@@ -8,10 +8,10 @@
 
 namespace Korvel {
 
-/// What the library does with a Message beyond its public operations.
+/// Internal operations on a Message beyond its public ones.
 ///
-/// The map that getMap shows holds aliases of values that the Map keeps elsewhere. Whoever reads a
-/// value here must resolve it first; `require` does. A forgotten resolution reads a wrong type.
+/// The map that getMap returns holds aliases of values stored elsewhere in the Map. Code that reads
+/// a value here must resolve it first, as `require` does; otherwise it reads a wrong type.
 class MessageAccess {
 public:
     using Type = Detail::Type;
@@ -21,7 +21,7 @@ public:
     static Value& value(Message& message) noexcept { return message.value_; }
     static Type type(const Message& message) noexcept { return message.value_.type(); }
 
-    /// What `message` is an alias of, or `message` itself.
+    /// The target of an alias, or `message` itself.
     static const Message& resolve(const Message& message) noexcept {
         return type(message) == Type::Alias ? *message.value_.plain.payload.target : message;
     }
@@ -36,20 +36,20 @@ public:
         return type(message) == wanted ? message.value_ : requireResolved(message, wanted);
     }
 
-    /// The value of `source`, without a copy. A text or a container leaves `source` Null.
+    /// Moves the value out of `source`. A text or a container leaves `source` Null.
     static Message takeOver(Message& source) noexcept {
         return Message(Message::TakeOver(), source);
     }
 
-    /// Begins to fetch what the worker reads first into the cache of this processor.
+    /// Prefetches the memory that the worker reads first into the cache.
     static void prefetch(const Message& message) noexcept;
 
-    /// About how many bytes `message` owns, which is also a measure of the time that its
-    /// destruction takes. The count stops at `limit`, so that it is quick for every Message.
+    /// The approximate number of bytes that `message` owns, which is also a measure of its
+    /// destruction time. Counting stops at `limit`, so it is fast for every Message.
     static std::size_t footprint(const Message& message, std::size_t limit) noexcept;
 
 private:
-    // Out of line, because it is nearly never needed.
+    // Out of line, because it is rarely needed.
     static const Value& requireResolved(const Message& message, Type wanted);
 };
 

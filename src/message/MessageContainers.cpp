@@ -1,4 +1,4 @@
-// What a Message offers as a list and as a map.
+// The list and map operations of Message.
 
 #include <Korvel/Message.h>
 
@@ -23,14 +23,15 @@ std::vector<Message>& elementsOf(const Message& message) {
     return MessageAccess::require(message, Type::Vector).plain.payload.vector->elements;
 }
 
-/// A narrow key that cannot be converted fails before the type is looked at.
+/// A narrow key that cannot be converted fails before the type is checked.
 void check(std::string_view key) {
     if (!Utf::isWellFormed(key)) (void)Utf::decode(key);
 }
 
 void check(std::wstring_view) {}
 
-/// The value at `key` of what is not a plain Map: a Null becomes one, once the key is in it.
+/// Returns the value at `key` of a Message that is not a direct Map: a Null becomes a Map only
+/// after the key has been inserted; an alias is resolved.
 template <class View>
 Message& firstElement(Message& message, View key) {
     constexpr std::size_t USUAL_SIZE = 8;
@@ -122,10 +123,10 @@ std::size_t Message::size() const {
 
 void Message::push_back(const Message& element) {
     std::vector<Message>& elements = elementsOf(*this);
-    // The copy comes first: the element may be this Message or live in the storage that grows.
+    // Copied first: the element may be this Message or live in the storage that is reallocated.
     Message copy(element);
     if (elements.size() == elements.capacity()) {
-        // The vector itself would copy every tree that it holds.
+        // std::vector would copy every tree when it grows, because Message has no move constructor.
         std::vector<Message> larger;
         larger.reserve(elements.size() + elements.size() / 2 + 4);
         for (Message& kept : elements) larger.emplace_back() = std::move(kept);

@@ -14,7 +14,7 @@ namespace {
 using Detail::Type;
 using Detail::Value;
 
-/// Makes a Null a text of `size` bytes, which the caller fills in.
+/// Turns a Null into a text of `size` bytes, which the caller fills in.
 char* make(Value& value, std::size_t size) {
     if (size <= Detail::Short::CAPACITY) {
         const auto base = static_cast<std::size_t>(Type::ShortText);
@@ -30,7 +30,7 @@ void makeWide(Value& value, std::wstring text) {
 }
 
 void storeUnits(Value& value, std::wstring_view text) {
-    // The quick way for most. It may leave a wrong text, which is then replaced.
+    // The fast path for most texts. If it fails, it leaves a wrong text, which is then replaced.
     if (text.size() <= Detail::Short::CAPACITY &&
         TextBlock::tryNarrow(make(value, text.size()), text.data(), text.size())) {
         return;
@@ -60,19 +60,19 @@ void MessageText::copy(const Value& source, Value& copy) {
     text.copy(make(copy, text.size()), text.size());
 }
 
-// The object is complete here, so its destructor frees what a failure leaves.
+// Constructors delegate, so the object is complete and its destructor cleans up after a failure.
 
 Message::Message(const char* text) : Message() {
     const std::string_view bytes = viewOf(text);
     if (bytes.size() < TextBlock::SIZE) {
-        // The quick way for most, with the same caution.
+        // The fast path for most texts, which may also leave a wrong text.
         bytes.copy(make(value_, bytes.size()), bytes.size());
         if (TextBlock::isAscii(MessageText::shortBlock(value_))) return;
     }
     if (Utf::isWellFormed(bytes)) {
         bytes.copy(make(value_, bytes.size()), bytes.size());
     } else {
-        // Forms that are read though they are not UTF-8 of today.
+        // Obsolete forms of UTF-8 that are accepted nevertheless.
         storeUnits(value_, Utf::decode(bytes));
     }
 }

@@ -8,18 +8,18 @@
 #include <string>
 #include <string_view>
 
-/// How a value keeps a text. Narrow text goes in and JSON comes out more often than anything reads
-/// units, so every text that UTF-8 can give back is kept in UTF-8.
+/// Storage of text in a value. Narrow input and JSON output are more frequent than reads of code
+/// units, so every text that UTF-8 can restore is stored as UTF-8.
 namespace Korvel::MessageText {
 
-/// Makes the Null `copy` a copy of a text that owns storage.
+/// Turns the Null `copy` into a copy of a text that owns storage.
 void copy(const Detail::Value& source, Detail::Value& copy);
 
 inline bool isShort(const Detail::Value& value) noexcept {
     return value.type() >= Detail::Type::ShortText && value.type() < Detail::Type::Text;
 }
 
-/// The sixteen bytes of a short text: the type, the text and zeros.
+/// The sixteen bytes of a short text: the type, the text and zero padding.
 inline const char* shortBlock(const Detail::Value& value) noexcept {
     return reinterpret_cast<const char*>(&value.brief);
 }

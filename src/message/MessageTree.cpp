@@ -36,8 +36,8 @@ private:
     unsigned& current_;
 };
 
-/// The containers that are still to be destroyed. Adding one makes its Message Null, so the
-/// destructors of elements and slots never find a container of their own.
+/// The containers that are still to be destroyed. Each is taken out of its Message, so the
+/// destructors of elements and slots never encounter a container.
 class Teardown {
 public:
     explicit Teardown(const Value& root) noexcept { add(root); }
@@ -82,7 +82,7 @@ private:
     MapNode* maps_ = nullptr;
 };
 
-/// Copies that have their type, but not yet their children.
+/// Pairs of a source and a copy that does not have its children yet.
 using OpenCopies = std::vector<std::pair<const Message*, Message*>>;
 
 void makeEmptyLike(const Value& source, Value& copy) {
@@ -93,7 +93,7 @@ void makeEmptyLike(const Value& source, Value& copy) {
     }
 }
 
-/// Copies a value, but of a container no more than its type: the rest goes to `open`.
+/// Copies a value. Of a container it copies only the type and adds the rest to `open`.
 void beginCopy(const Message& source, Message& copy, OpenCopies& open) {
     const Message& value = MessageAccess::resolve(source);
     if (MessageAccess::type(value) < Type::Vector) {

@@ -2,14 +2,14 @@
 
 #include <Korvel/Message.h>
 
-/// Copying and destroying whole trees. Both recurse for a few levels, which is fast and enough for
-/// most trees, and keep a list of their own below that, so depth costs memory and not stack.
+/// Copying and destruction of trees. Both recurse for a few levels, which is fast and sufficient
+/// for most trees, and use an explicit list below that, so depth does not cost call stack.
 namespace Korvel::MessageTree {
 
-/// Makes the Null `copy` a deep copy of `source`.
+/// Turns the Null `copy` into a deep copy of `source`.
 void copy(const Message& source, Message& copy);
 
-/// Frees what a value owns; it must own something.
+/// Frees what a value owns. The value must own something.
 void destroy(const Detail::Value& value) noexcept;
 
 }  // namespace Korvel::MessageTree

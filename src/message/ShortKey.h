@@ -13,9 +13,9 @@
 
 namespace Korvel {
 
-/// A key of up to fifteen ASCII characters, none of which JSON escapes, as two numbers: its
-/// characters from the highest byte of `head_` on, zeros, and its size in the last byte of `tail_`.
-/// So the numbers compare like the texts.
+/// A key of up to fifteen ASCII characters, none of which JSON escapes, packed into two numbers:
+/// its characters from the highest byte of `head_` on, zeros, and its size in the lowest byte of
+/// `tail_`. The numbers therefore compare like the texts.
 class ShortKey {
 public:
     static constexpr std::size_t CAPACITY = 15;
@@ -23,8 +23,8 @@ public:
     /// The empty key.
     ShortKey() noexcept = default;
 
-    /// The key with that text, if it is of this kind. The text is read in pieces that overlap: what
-    /// they share is the same bits.
+    /// Returns the key for `text`, or nothing if it does not qualify. The text is read in
+    /// overlapping pieces, whose common characters have the same bits.
     template <class Unit>
     static std::optional<ShortKey> of(std::basic_string_view<Unit> text) noexcept {
         const std::size_t size = text.size();
@@ -42,8 +42,7 @@ public:
 
     std::size_t size() const noexcept { return static_cast<std::size_t>(tail_ & 0xFF); }
 
-    /// Writes the text, and returns its end; TextBlock::SIZE bytes are written, whatever the end
-    /// is.
+    /// Writes the text and returns its end. Always writes TextBlock::SIZE bytes.
     char* write(char* out) const noexcept {
         writeNumber(out, head_);
         writeNumber(out + sizeof head_, tail_);
@@ -55,7 +54,7 @@ public:
         return std::wstring(&bytes[0], write(bytes));
     }
 
-    /// The same in storage of the caller.
+    /// The same in the caller's storage.
     std::wstring_view wide(wchar_t (&units)[TextBlock::SIZE]) const noexcept {
         char bytes[TextBlock::SIZE];
         write(bytes);
@@ -94,8 +93,8 @@ private:
         return value < 0x80 ? value : 0;
     }
 
-    /// Whether one of the first `count` bytes is no ASCII or is what JSON escapes. A subtraction
-    /// sets the highest bit of such a byte, and then perhaps that of others.
+    /// Whether one of the first `count` bytes is not ASCII or is escaped in JSON. The subtractions
+    /// set the highest bit of such a byte; the borrow can then set that of others.
     static bool hasSpecial(std::uint64_t number, std::size_t count) noexcept {
         constexpr std::uint64_t ONES = 0x0101010101010101;
         if (count < 8) number |= (' ' * ONES) >> (8 * count);

@@ -5,11 +5,11 @@
 
 namespace Korvel {
 
-/// A text in UTF-8 in one piece of storage: its size, then its bytes.
+/// A UTF-8 text in one allocation: its size, then its bytes.
 struct TextNode {
     std::size_t size;
 
-    /// With room for `size` bytes, which the caller fills in.
+    /// Allocates space for `size` bytes, which the caller fills in.
     static TextNode* create(std::size_t size) {
         return new (::operator new(sizeof(TextNode) + size)) TextNode{size};
     }

@@ -6,10 +6,10 @@
 
 namespace Korvel {
 
-/// What a Vector owns.
+/// The storage of a Vector.
 struct VectorNode {
     std::vector<Message> elements;
-    /// Links the containers that wait for destruction, which must neither recurse nor allocate.
+    /// Links containers awaiting destruction, which must neither recurse nor allocate.
     VectorNode* next = nullptr;
 };
 

@@ -11,26 +11,26 @@
 namespace Korvel {
 namespace {
 
-/// The longest sleep of an idle worker. Every signal reaches it, so this is only a safety net.
+/// The longest sleep of an idle worker. Signals wake it, so this is only a safety net.
 constexpr std::chrono::microseconds MAX_SLEEP = std::chrono::milliseconds(50);
 
-/// How long the worker lets entries gather once it has delivered some. Waking a sleeping thread
-/// costs the caller ten times what an entry costs, and under a steady load this saves it.
+/// How long the worker lets entries gather after a delivery. Waking a sleeping thread costs the
+/// caller ten times as much as an entry; under a steady load this avoids that cost.
 constexpr std::chrono::microseconds NAP(100);
 
-/// How long the queue goes before a flush under a load that never lets it run empty.
+/// How long entries take precedence over a flush if the queue never becomes empty.
 constexpr std::chrono::seconds MAX_FLUSH_DELAY(1);
 
-/// Several times a usual entry, and little enough to be destroyed in about the time of a log call.
-/// With the capacity of the ring it bounds the recycled entries of a handler to 2 MiB.
+/// Several times the size of a usual entry, and small enough to destroy in about the time of a log
+/// call. With the capacity of the ring it limits the recycled entries of a handler to 2 MiB.
 constexpr std::size_t MAX_RECYCLABLE = 2048;
 
-/// Called for every entry for which there is no delivered one to destroy, so the process may be
-/// growing. It makes the allocator take many pages from the system at once. glibc takes them one by
-/// one for most threads, each with a system call under a lock that all threads share.
+/// Makes the allocator request many pages from the system at once. Called for every entry that
+/// finds no delivered one to recycle, because the process may then be growing. For most threads
+/// glibc requests pages one by one, each with a system call under a lock that all threads share.
 void growHeap() noexcept {
     constexpr unsigned ENTRIES = 64;
-    // About what so many entries need, and little enough for glibc to keep it once it is freed.
+    // About the size of that many entries, and small enough for glibc to keep after it is freed.
     constexpr std::size_t SIZE = ENTRIES * std::size_t{960};
     thread_local unsigned entries = 0;
     if (++entries % ENTRIES == 0) ::operator delete(::operator new(SIZE, std::nothrow));
@@ -135,7 +135,7 @@ void EntryQueue::retireWorker() noexcept {
     flushSignal_.notify_all();
 }
 
-/// The lock is held for so short a time that spinning is cheaper than sleeping for it.
+/// The lock is held so briefly that spinning is cheaper than sleeping.
 std::unique_lock<std::mutex> EntryQueue::lock() {
     constexpr int MAX_SPINS = 50;
     for (int i = 0; i < MAX_SPINS; ++i) {
@@ -145,14 +145,14 @@ std::unique_lock<std::mutex> EntryQueue::lock() {
     return std::unique_lock<std::mutex>(mutex_);
 }
 
-/// Entries go first, so that the sinks are flushed when the queue is empty. But callers may log
-/// faster than the sinks take it, and a flush must return then as well.
+/// Entries take precedence, so the sinks are flushed when the queue is empty. But if callers log
+/// faster than the sinks can write, a flush must still return.
 bool EntryQueue::isFlushOverdue() const {
     return flushesCompleted_ != flushesDue_ && std::chrono::steady_clock::now() >= flushDeadline_;
 }
 
-/// The first sleep after a delivery is a nap, which ends by itself: only a flush and the end of
-/// the worker interrupt it.
+/// The first sleep after a delivery is a nap, which new entries do not interrupt: only a flush or
+/// the dismissal of the worker does.
 void EntryQueue::sleep(std::unique_lock<std::mutex>& queueLock) {
     workerSleeps_ = isIdle_;
     workerSignal_.wait_for(queueLock, isIdle_ ? MAX_SLEEP : NAP);
@@ -160,7 +160,7 @@ void EntryQueue::sleep(std::unique_lock<std::mutex>& queueLock) {
     isIdle_ = true;
 }
 
-/// Returns whether there were any. Some at a time, so that the lock is never held for long.
+/// Destroys a limited number, to hold the lock only briefly. Returns whether there were any.
 bool EntryQueue::discardSomeRecycled() noexcept {
     std::array<Message, 64> some;  // Destroyed after the lock is released.
     const std::lock_guard<std::mutex> queueLock(mutex_);

@@ -13,47 +13,48 @@
 
 namespace Korvel {
 
-/// What the threads that log, the threads that flush and the worker share: the accepted entries,
-/// the flush requests, and delivered entries on their way back to the threads that log.
+/// The state shared by logging threads, flushing threads and the worker: accepted entries, flush
+/// requests, and delivered entries to be recycled by the logging threads.
 ///
-/// Delivered entries go back because memory that the worker freed would return to the threads that
-/// log through the allocator's own lock. Each push destroys one of them, the oldest, and what that
-/// frees the thread allocates again for its next entry.
+/// Delivered entries are recycled because memory freed by the worker would return to the logging
+/// threads through the allocator's lock. Each push destroys the oldest one, and the thread reuses
+/// the freed memory for its next entry.
 class EntryQueue {
 public:
     using Entries = std::deque<Message>;
 
-    /// What the worker does next.
+    /// The next task of the worker.
     enum class Task { Deliver, FlushSinks, LookAgain, End };
 
-    // Any thread.
+    // Called by any thread.
 
-    /// Whether a worker takes entries and completes flushes, or is about to.
+    /// Whether a worker takes entries and completes flushes, or is starting.
     bool hasWorker() const noexcept { return hasWorker_; }
     void push(Message&& entry);
-    /// Returns when the worker has completed a flush that it began after this call, or has ended.
-    /// Not for the worker thread.
+    /// Returns when the worker has completed a flush that started after this call, or has ended.
+    /// Must not be called on the worker thread.
     void flush();
 
-    // The owner of the handler.
+    // Called by the owner of the handler.
 
     void admitWorker();
-    /// Makes the worker end as soon as it looks for its next task.
+    /// Makes the worker end when it asks for its next task.
     void dismissWorker();
-    /// Destroys the delivered entries that no push has taken.
+    /// Destroys the entries in the ring that no push has taken.
     void discardRecycled() noexcept;
 
-    // The worker.
+    // Called by the worker.
 
-    /// Sleeps if there is nothing to do. For Deliver, `batch` must be empty and takes all entries.
+    /// Sleeps if there is nothing to do. `batch` must be empty; for Deliver it receives all
+    /// entries.
     Task nextTask(Entries& batch);
     void completeFlush();
     /// Whether an entry is small enough to be destroyed by a push.
     static bool isRecyclable(const Message& entry) noexcept;
-    /// Takes over delivered entries, all recyclable or Null. Destroys those for which there is no
-    /// room.
+    /// Takes over delivered entries, all recyclable or Null. Destroys those that do not fit into
+    /// the ring.
     void recycle(Entries::iterator begin, Entries::iterator end) noexcept;
-    /// The last call of a worker, however it ends, or for one that could not be started. All
+    /// The last call of a worker, however it ends, also made if it could not be started. Lets all
     /// flushes return.
     void retireWorker() noexcept;
 
@@ -67,7 +68,7 @@ private:
     std::condition_variable workerSignal_;
     std::condition_variable flushSignal_;
 
-    // Changed with mutex_ held, read without it as well.
+    // Written with mutex_ held, also read without it.
 
     std::atomic<bool> hasWorker_ = false;
 
@@ -75,19 +76,19 @@ private:
 
     Entries entries_;
     EntryRing recycled_;
-    /// The worker needs a signal to see an entry.
+    /// The worker needs a signal to notice an entry.
     bool workerSleeps_ = false;
     /// Flush requests are numbered: completed <= due <= requested. A request is due once everything
     /// accepted before it has been delivered or is in the worker's batch.
     std::uint64_t flushesRequested_ = 0;
     std::uint64_t flushesDue_ = 0;
     std::uint64_t flushesCompleted_ = 0;
-    /// From then on a flush that is due goes before further entries.
+    /// After this time a due flush precedes further entries.
     std::chrono::steady_clock::time_point flushDeadline_;
 
-    // Only for the worker.
+    // Used only by the worker.
 
-    /// It has delivered nothing since its last sleep.
+    /// The worker has delivered nothing since its last sleep.
     bool isIdle_ = true;
 };
 

@@ -9,8 +9,7 @@
 
 namespace Korvel {
 
-/// A first-in, first-out queue of Messages in a ring buffer. Only `allocate` allocates. Not
-/// synchronised.
+/// A FIFO ring buffer of Messages. Only `allocate` allocates. Not synchronised.
 class EntryRing {
 public:
     /// To be called before the first push. Later calls do nothing.
@@ -35,7 +34,7 @@ public:
     }
 
 private:
-    /// Enough for what many callers add while the worker delivers one batch.
+    /// Enough for the entries that many callers add while the worker delivers one batch.
     static constexpr std::size_t CAPACITY = 1024;
 
     std::unique_ptr<Message[]> slots_;

@@ -19,8 +19,8 @@ std::string threadIdText() {
     return stream.str();
 }
 
-/// The same, made once a thread. The cache is plain memory, because a destructor that runs at the
-/// end of a thread would keep the library from being unloaded.
+/// The same, created once per thread. The cache is trivially destructible, because a destructor
+/// that runs at thread exit would keep the library from being unloaded.
 Message currentThreadId() {
     thread_local char cache[32] = {};
     if (cache[0] == '\0') {

@@ -13,13 +13,13 @@
 namespace Korvel {
 namespace {
 
-/// Enough for the digits of any year and what stands behind it.
+/// Enough for the digits of any year and everything after it.
 constexpr std::size_t LONGEST = 48;
 constexpr std::int64_t MILLISECONDS_PER_DAY = 86400000;
 constexpr std::int64_t DAYS_PER_ERA = 146097;   // The calendar repeats itself after 400 years.
 constexpr std::int64_t DAYS_TO_EPOCH = 719468;  // From 0000-03-01 to 1970-01-01.
 
-/// A day of the proleptic Gregorian calendar. The month and the day count from 1.
+/// A day of the proleptic Gregorian calendar. Month and day start at 1.
 struct Date {
     std::int64_t year;
     unsigned month;
@@ -43,8 +43,8 @@ Moment toMoment(const std::chrono::system_clock::time_point& time) {
     return {day, static_cast<unsigned>(sinceEpoch - day * MILLISECONDS_PER_DAY)};
 }
 
-/// The date of a day since 1970-01-01. Years are counted from 1 March inside, which puts the leap
-/// day at the end of a year and makes the lengths of the months a linear pattern of five.
+/// The date of a day since 1970-01-01. Internally years start on 1 March, which puts the leap day
+/// at the end of the year and makes month lengths a linear pattern that repeats every five months.
 Date toDate(std::int64_t daysSinceEpoch) {
     const std::int64_t days = daysSinceEpoch + DAYS_TO_EPOCH;
     const std::int64_t era = floorDivide(days, DAYS_PER_ERA);
@@ -58,7 +58,7 @@ Date toDate(std::int64_t daysSinceEpoch) {
             dayFromMarch - (153 * monthFromMarch + 2) / 5 + 1};
 }
 
-/// Counted from 0 on 1 January.
+/// The day of the year, starting at 0 on 1 January.
 int dayOfYear(const Date& date) {
     constexpr int DAYS_BEFORE[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
     const bool isLeapYear = date.year % 4 == 0 && (date.year % 100 != 0 || date.year % 400 == 0);
@@ -80,7 +80,7 @@ char* writeField(char* out, char separator, unsigned value) {
     return IntegerText::writePadded(out + 1, value, 2);
 }
 
-/// The milliseconds and the mark of UTC.
+/// Writes the milliseconds and the UTC designator.
 char* writeEnd(char* out, unsigned milliseconds) {
     *out = '.';
     out = IntegerText::writePadded(out + 1, milliseconds, 3);
@@ -88,7 +88,7 @@ char* writeEnd(char* out, unsigned milliseconds) {
     return out + 1;
 }
 
-/// Date and time of day, up to the seconds.
+/// Writes date and time of day up to the seconds.
 char* writeSecond(char* out, std::int64_t day, unsigned second) {
     const Date date = toDate(day);
     out = writeYear(out, date.year);
@@ -99,9 +99,9 @@ char* writeSecond(char* out, std::int64_t day, unsigned second) {
     return writeField(out, ':', second % 60);
 }
 
-/// The text in the classic locale. A thread that logs does so many times a second, so each keeps
-/// the text of its last second, in plain memory: a destructor at the end of a thread would keep the
-/// library from being unloaded.
+/// The text in the classic locale. A thread often logs many times a second, so each thread caches
+/// the text of its last second. The cache is trivially destructible, because a destructor that runs
+/// at thread exit would keep the library from being unloaded.
 Message classicText(const Moment& moment) {
     struct Cache {
         std::int64_t day;

@@ -6,7 +6,7 @@
 
 namespace Korvel {
 
-/// The text of createIso8601String as a Message, without its way through wide text.
+/// The text of createIso8601String as a Message, without a detour through wide text.
 Message iso8601Message(const std::chrono::system_clock::time_point& time);
 
 }  // namespace Korvel

@@ -10,13 +10,14 @@
 
 namespace Korvel {
 
-/// What a handler consists of. The queue ends before the sinks, so undelivered entries go first.
+/// The parts of a handler. The queue is destroyed before the sinks, so undelivered entries are
+/// freed first.
 class Pipeline {
 public:
     SinkList sinks;
     EntryQueue queue;
     Worker worker{queue, sinks};
-    /// Whether log takes entries. Written by the owner, read by any thread.
+    /// Whether log accepts entries. Written by the owner, read by any thread.
     std::atomic<bool> isAccepting = true;
 };
 

@@ -7,7 +7,7 @@
 namespace Korvel {
 
 SinkList::~SinkList() {
-    // One by one, because a vector may destroy its elements in any order.
+    // Released one by one, because a vector may destroy its elements in any order.
     for (auto& sink : sinks_) sink.reset();
 }
 

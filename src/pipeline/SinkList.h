@@ -10,16 +10,16 @@
 
 namespace Korvel {
 
-/// The installed sinks, in install order. No sink is null, and none is there twice.
+/// The installed sinks, in install order. No sink is null or listed twice.
 class SinkList {
 public:
     SinkList() = default;
     SinkList(const SinkList&) = delete;
     SinkList& operator=(const SinkList&) = delete;
-    /// Releases the sinks, first to last.
+    /// Releases the sinks in install order.
     ~SinkList();
 
-    // Any thread, but not from inside a sink. They wait while a sink is at work, but at most for
+    // Called by any thread, but not from inside a sink. Both wait for the worker, but at most for
     // one call of append or flush.
 
     /// False if `sink`, which must not be null, is already installed.
@@ -27,7 +27,7 @@ public:
     /// False if `sink` is not installed.
     bool remove(const std::shared_ptr<Sink>& sink);
 
-    // The worker.
+    // Called by the worker.
 
     void append(const Message& entry);
     void flush();
@@ -36,13 +36,13 @@ private:
     std::unique_lock<std::mutex> lockInTurn();
     std::unique_lock<std::mutex> lockForWorker();
 
-    /// Held by install and remove until they have `mutex_`. The worker passes through it if there
-    /// are any, so that its next entry cannot overtake them.
+    /// Held by install and remove until they have locked `mutex_`. If any are waiting, the worker
+    /// locks and unlocks it first, so its next entry cannot overtake them.
     std::mutex turnMutex_;
-    /// How many calls of install and remove wait for `mutex_`.
+    /// The number of install and remove calls that wait for `mutex_`.
     std::atomic<unsigned> waiting_ = 0;
 
-    /// Held while a sink is at work.
+    /// Held while the sinks are called.
     std::mutex mutex_;
 
     // Guarded by mutex_.

@@ -32,7 +32,8 @@ void Worker::run() noexcept {
     try {
         work();
     } catch (...) {
-        // A sink has thrown. Nobody can be told; what is still queued waits for the next worker.
+        // A sink has thrown, and there is nobody to report to. Queued entries wait for the next
+        // worker.
         batch_.clear();
     }
     queue_.retireWorker();
@@ -57,13 +58,13 @@ void Worker::work() {
     }
 }
 
-/// Gives the entries back in groups, which saves locks. What is large goes at once.
+/// Recycles the entries in groups, which saves locking. Large entries are destroyed immediately.
 void Worker::deliverBatch() {
     constexpr std::ptrdiff_t MAX_GROUP = 64;
     auto group = batch_.begin();
     for (auto entry = group; entry != batch_.end();) {
         Message& current = *entry++;
-        // The thread that logged it wrote it on another processor.
+        // The logging thread may have written it on another processor.
         if (entry != batch_.end()) MessageAccess::prefetch(*entry);
         sinks_.append(current);
         if (!EntryQueue::isRecyclable(current)) current = Message();

@@ -8,19 +8,19 @@
 
 namespace Korvel {
 
-/// The thread that delivers the entries of a queue to sinks. It never holds the locks of both.
+/// The thread that delivers the entries of a queue to sinks. It never holds both their locks.
 class Worker {
 public:
     Worker(EntryQueue& queue, SinkList& sinks) : queue_(queue), sinks_(sinks) {}
 
-    /// Whether the caller runs on the worker thread. Any thread.
+    /// Whether the caller runs on the worker thread. May be called by any thread.
     bool isCurrentThread() const noexcept;
 
-    // The owner of the handler.
+    // Called by the owner of the handler.
 
-    /// Starts the thread, which must not exist. False if the system refuses it.
+    /// Starts the thread, which must not exist yet. Returns false if the system refuses it.
     bool start() noexcept;
-    /// Waits for the end of the thread, if there is one. Something else must have made it end.
+    /// Joins the thread, if there is one. It must already have been told to end.
     void join();
 
 private:
@@ -33,16 +33,17 @@ private:
     EntryQueue& queue_;
     SinkList& sinks_;
 
-    // Only for the owner.
+    // Used only by the owner.
 
     std::thread thread_;
 
     // Written by the worker, read by any thread.
 
-    /// The empty id while the thread does not run: the system may give its id to another thread.
+    /// The default id while the thread does not run, because the system may reuse its id for
+    /// another thread.
     std::atomic<std::thread::id> id_ = std::thread::id();
 
-    // Only for the worker.
+    // Used only by the worker.
 
     EntryQueue::Entries batch_;
 };

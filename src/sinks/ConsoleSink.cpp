@@ -31,7 +31,7 @@ public:
 
 private:
     void addKey(std::wstring_view key) {
-        // The quick way for most.
+        // The fast path for most keys.
         char* const out = text_.room(key.size());
         if (TextBlock::tryNarrow(out, key.data(), key.size())) {
             text_.endAt(out + key.size());
@@ -51,7 +51,7 @@ ConsoleSink::ConsoleSink() : ConsoleSink(std::cout) {}
 
 ConsoleSink::ConsoleSink(std::ostream& stream, const std::vector<std::wstring>& keys)
     : keys_(keys), stream_(stream) {
-    // Keys of a Map are kept split, and isListed compares with those.
+    // A Map stores split keys, and isListed compares with those.
     for (auto& key : keys_) key = Utf::splitSupplementary(key);
 }
 
@@ -62,8 +62,8 @@ void ConsoleSink::flush() {
     stream_.flush();
 }
 
-/// The block is made in one piece. If some text in it cannot be converted, the whole lines before
-/// it are written.
+/// The block is rendered first and written at once. If some text in it cannot be converted, the
+/// complete lines before it are written.
 void ConsoleSink::append(const Message& message) {
     const std::lock_guard<std::mutex> guard(sinkLock);
     Block block;
@@ -88,7 +88,8 @@ bool ConsoleSink::isListed(std::wstring_view key) const {
 }
 
 void ConsoleSink::write(std::string_view text) {
-    // Unformatted, because a width that the application has set on its stream is not meant for us.
+    // Unformatted output, because a width that the application has set on its stream must not apply
+    // here.
     stream_.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 

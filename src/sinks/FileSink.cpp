@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t MAX_NOTICE_BYTES = 500;
 
+/// The wording, "to long" included, is prescribed by the file format.
 Message oversizeNotice(std::string_view text) {
     return {{"message", "Message to long"},
             {"messageData", Utf::readablePrefix(text, MAX_NOTICE_BYTES)}};
@@ -42,7 +43,7 @@ std::shared_ptr<FileSink> FileSink::create(const std::filesystem::path& path, bo
 }
 
 void FileSink::flush() {
-    // Nothing to push: every line has left the process by the time its append returns.
+    // Nothing is buffered: every line has left the process when its append returns.
 }
 
 void FileSink::append(const Message& message) {

@@ -27,7 +27,7 @@ constexpr std::uint64_t ALL_ONES = (std::numeric_limits<std::uint64_t>::max)();
 #ifdef _WIN32
 
 int openFile(const std::filesystem::path& path, OutputFile::Mode mode) {
-    // Binary, because the runtime's own text mode would cut a long line into several writes.
+    // Binary, because the text mode of the runtime would split a long line into several writes.
     constexpr int FLAGS = _O_WRONLY | _O_APPEND | _O_CREAT | _O_BINARY | _O_NOINHERIT;
     constexpr int BY_MODE[] = {_O_TRUNC, 0, _O_EXCL, _O_EXCL};
     const int flags = FLAGS | BY_MODE[static_cast<int>(mode)];
@@ -99,7 +99,7 @@ int makeDirectory(const std::filesystem::path& directory) {
     return mkdir(directory.c_str(), S_IRWXU);
 }
 
-/// Asked of the name itself: a link could lead to a directory of ours.
+/// Checks the name itself without following links: a link could lead to a directory of ours.
 bool isPrivateDirectory(const std::filesystem::path& directory) {
     struct stat status = {};
     return lstat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
@@ -135,7 +135,7 @@ void OutputFile::write(std::string_view text) {
 }
 
 std::uint64_t OutputFile::position() const {
-    // A failed seek gives -1, which reads as all ones.
+    // A failed seek returns -1, which converts to all ones.
     return hasFailed_ ? ALL_ONES : static_cast<std::uint64_t>(endOf(descriptor_));
 }
 

@@ -35,7 +35,7 @@ void LogglySink::directUploadLogEntry(const Message& message,
                                       std::function<bool(const path&)> uploadFile) {
     StagingFile staging =
         createStagingFile(directUploadDirectory(), OutputFile::Mode::CreatePrivate, nullptr);
-    // Closed at the end of the statement, before the callable sees it.
+    // The file is closed at the end of the statement, before the callable receives it.
     FileSink(std::move(staging.file), false, NO_LIMIT).append(message);
     if (uploadFile(staging.path)) removeDelivered(staging.path);
 }

@@ -14,7 +14,7 @@ namespace {
 
 using std::filesystem::path;
 
-/// Asks the disk for the size, because another process can have written to the file.
+/// Reads the size from disk, because another process may have written to the file.
 void removeIfEmpty(const path& file) {
     std::error_code error;
     if (std::filesystem::file_size(file, error) == 0) std::filesystem::remove(file, error);
@@ -22,8 +22,8 @@ void removeIfEmpty(const path& file) {
 
 }  // namespace
 
-// NOLINTBEGIN(readability-redundant-declaration)
-// On Windows a program that binds a reference to one of these looks for it in the library.
+// NOLINTBEGIN(readability-redundant-declaration) On Windows a program that binds a reference to one
+// of these imports it from the library.
 constexpr std::uint64_t LogglySink::MAX_FILE_SIZE;
 constexpr std::uint64_t LogglySink::MAX_ENTRY_SIZE;
 // NOLINTEND(readability-redundant-declaration)
@@ -58,24 +58,24 @@ void LogglySink::useNewFile() {
 /// Replaces the current file; the sink's lock must be held.
 ///
 /// The new file must not get a name that an upload run may give back to one of its files: that
-/// rename would replace the new file, and its writer would go on in a file without a name. Looking
-/// at the disk cannot rule this out, because the run renames without a lock. So every name of a run
-/// is reserved until the run has ended. No other run can start in between, because listing its
-/// files takes the sink's lock.
+/// rename would replace the new file, and later entries would go to a deleted file. Checking the
+/// disk cannot rule this out, because the run renames files without a lock. So all names of a run
+/// stay reserved until it ends. No other run can start in between, because listing its files
+/// requires the sink's lock.
 void LogglySink::rotate() {
     const auto run = runFiles_.lock();
     StagingFile next = createStagingFile(directory_, OutputFile::Mode::CreateNew, run.get());
     const path replaced = std::exchange(currentFile_, std::move(next.path));
     const bool holdsNothing = fileSink_ != nullptr && fileSink_->file_->firstWriteFailed();
     fileSink_.reset(new FileSink(std::move(next.file), false, MAX_ENTRY_SIZE));
-    // While the disk is full, this is every append. No run has the file in its list, because it was
-    // the current one until now.
+    // On a full disk this happens at every append. No run has the file in its list, because it was
+    // the current file until now.
     if (holdsNothing) removeIfEmpty(replaced);
 }
 
 void LogglySink::setUploadFile(std::function<bool(const path&)> uploadFile) {
     const std::lock_guard<std::mutex> guard(uploadMutex_);
-    // The old callable goes with the argument, after the lock.
+    // The old callable is destroyed with the argument, after the lock is released.
     uploadFile_.swap(uploadFile);
 }
 
@@ -83,12 +83,13 @@ void LogglySink::uploadTemporaryFiles() {
     if (uploadRunning()) return;
     try {
         uploadFuture_ = std::async(std::launch::async, [this, files = listForRun()]() mutable {
-            // Taken out of the task, which lives until the next run, so that it ends with this one.
+            // Moved out of the task, which exists until the next run, so the list is released at
+            // the end of this run.
             const auto list = std::move(files);
             runUpload(*list);
         });
     } catch (const std::system_error&) {
-        // No run then: the files stay, and the next call tries again.
+        // No run starts. The files stay, and the next call tries again.
     }
 }
 
@@ -110,7 +111,7 @@ void LogglySink::runUpload(const std::vector<path>& files) {
         try {
             uploadStagedFile(file, uploadFile);
         } catch (...) {
-            // After the others that have ended a run, so that each of them gets its turn.
+            // Goes after the others that ended a run, so each of them gets its turn.
             std::erase(runEnders_, file);
             runEnders_.push_back(file);
             throw;

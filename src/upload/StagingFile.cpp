@@ -15,8 +15,8 @@ namespace {
 
 using std::filesystem::path;
 
-/// Wide text as part of a path. Where paths are narrow the library's own conversion is used: the
-/// standard one would depend on the locale.
+/// Wide text as part of a path. Where paths are narrow, the library's conversion is used, because
+/// the standard one may depend on the locale.
 path toPath(const std::wstring& text) {
     if constexpr (std::is_same_v<path::value_type, wchar_t>) {
         return {text};
@@ -41,7 +41,8 @@ bool isReserved(const path& candidate, const std::vector<path>* reserved) {
 
 }  // namespace
 
-// Before the statics of other files, which a static library shares its initialisation with.
+// Initialised before the statics of other files, which may use it when the library is linked
+// statically.
 [[gnu::init_priority(101)]] const path LogglySink::SUFFIX = "log";
 
 path LogglySink::getNewFileName(const path& directory) {
@@ -52,7 +53,7 @@ path LogglySink::findFreeFileName(const path& directory, const std::wstring& pre
     return StagingNames(directory, prefix).nextFree();
 }
 
-// Joined as text: a prefix is part of a name, even if it looks like a path of its own.
+// Joined as text: a prefix is part of a name, even if it looks like a path.
 StagingNames::StagingNames(const path& directory, const std::wstring& prefix)
     : stem_(path(directory / path()) += toPath(prefix + L'_')) {}
 
@@ -84,8 +85,8 @@ StagingFile createStagingFile(const path& directory, OutputFile::Mode mode,
     StagingNames names(directory, stagingPrefix());
     while (true) {
         path candidate = names.nextFree();
-        // In this order: a run keeps its names reserved until after its last rename, so a name that
-        // is no longer reserved can be looked up on the disk.
+        // The order matters: a run keeps its names reserved until after its last rename, so the
+        // disk check is reliable once a name is no longer reserved.
         if (isReserved(candidate, reserved) || !isFree(temporaryName(candidate))) continue;
         auto file = std::make_unique<OutputFile>(candidate, mode);
         if (!file->wasTaken()) return {std::move(candidate), std::move(file)};

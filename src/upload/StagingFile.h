@@ -10,13 +10,13 @@
 
 namespace Korvel {
 
-/// The numbered names of one prefix in a directory.
+/// The numbered file names of one prefix in a directory.
 class StagingNames {
 public:
     StagingNames(const std::filesystem::path& directory, const std::wstring& prefix);
 
-    /// The next name that is free on the disk; never the same twice. Throws `std::runtime_error`
-    /// when all numbers are taken.
+    /// Returns the next name that is free on disk; never the same one twice. Throws
+    /// `std::runtime_error` if all numbers are taken.
     std::filesystem::path nextFree();
 
 private:
@@ -24,7 +24,7 @@ private:
     std::uint64_t counter_ = 0;
 };
 
-/// The current time as the prefix of a name.
+/// The current time as a file name prefix.
 std::wstring stagingPrefix();
 
 /// The name of a staged file while it is in upload.
@@ -35,12 +35,12 @@ struct StagingFile {
     std::unique_ptr<OutputFile> file;
 };
 
-/// Makes a new file in `directory`, by one of the two modes that create. Exclusive creation keeps
-/// two callers apart that name a file in the same millisecond. If the file cannot be made for
-/// another reason than a taken name, the result holds a failed OutputFile.
+/// Creates a new file in `directory`; `mode` is CreateNew or CreatePrivate. Exclusive creation
+/// separates callers that name a file in the same millisecond. If creation fails for a reason other
+/// than a taken name, the result holds a failed OutputFile.
 ///
-/// A name is not taken while its temporary name exists, or while `reserved`, which may be null,
-/// holds it: the file of that name can be in upload, and would come back over the new one.
+/// Skips a name while its temporary name exists or while `reserved`, which may be null, contains
+/// it: the file of that name can be in upload, and renaming it back would replace the new one.
 StagingFile createStagingFile(const std::filesystem::path& directory, OutputFile::Mode mode,
                               const std::vector<std::filesystem::path>* reserved);
 

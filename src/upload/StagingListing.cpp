@@ -7,7 +7,7 @@ namespace {
 
 using std::filesystem::path;
 
-/// By the name alone, and from its last dot on: ".log" has the extension ".log" here.
+/// Checks the name from its last dot on: here ".log" has the extension ".log".
 bool hasStagingSuffix(const path& file) {
     const path name = file.filename();
     const auto dot = name.native().rfind(path::value_type('.'));
@@ -17,7 +17,7 @@ bool hasStagingSuffix(const path& file) {
 
 }  // namespace
 
-// A file name joined with an empty path is in the current directory, which cannot be opened so.
+// An empty path means the current directory, but cannot be opened as such.
 StagingListing::StagingListing(const path& directory)
     : directory_(directory), entry_(directory.empty() ? path(".") : directory, error_) {}
 
@@ -25,7 +25,7 @@ std::vector<path> StagingListing::filesBut(const path& currentFile) {
     std::vector<path> files;
     for (; !error_ && entry_ != std::filesystem::directory_iterator(); entry_.increment(error_)) {
         path file = directory_ / entry_->path().filename();
-        // By text: both paths are the directory joined with a name.
+        // Compares the text: both paths are the directory joined with a name.
         if (file.native() == currentFile.native() || !hasStagingSuffix(file)) continue;
         files.push_back(std::move(file));
     }

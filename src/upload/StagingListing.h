@@ -6,14 +6,14 @@
 
 namespace Korvel {
 
-/// One walk through a staging directory, which is opened by the constructor. A directory that
-/// cannot be opened is empty, and a failure on the way ends the walk.
+/// One pass over a staging directory, which the constructor opens. A directory that cannot be
+/// opened counts as empty, and a failure during the pass ends it.
 class StagingListing {
 public:
     explicit StagingListing(const std::filesystem::path& directory);
 
-    /// What the walk meets, but for `currentFile`, in the order of the file system: everything
-    /// whose name ends in the suffix of staging files.
+    /// Returns everything whose name ends in the suffix of staging files, except `currentFile`, in
+    /// file system order.
     std::vector<std::filesystem::path> filesBut(const std::filesystem::path& currentFile);
 
 private:

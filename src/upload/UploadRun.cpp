@@ -11,8 +11,8 @@ namespace {
 
 using std::filesystem::path;
 
-/// Gives a file its temporary name, and the old one back at the end if the file is still there.
-/// A rename that fails is not reported: the file then keeps the name that it has.
+/// Gives a file its temporary name, and on destruction its old name if the file still exists. A
+/// failed rename is not reported: the file keeps its name.
 class ScopedRename {
 public:
     explicit ScopedRename(const path& stagedPath)

@@ -6,17 +6,16 @@
 
 namespace Korvel {
 
-/// Offers one closed staging file to the callable, under its temporary name, and deletes it if the
-/// callable returns true. Whatever else happens, an exception included, gives the file its name
-/// back.
+/// Offers one closed staging file to the callable under its temporary name, and deletes it if the
+/// callable returns true. In all other cases, including exceptions, the file gets its name back.
 void uploadStagedFile(const std::filesystem::path& stagedPath,
                       const std::function<bool(const std::filesystem::path&)>& uploadFile);
 
-/// Moves the files that `last` names to the end of the list, in the order of `last`, and forgets
-/// the names that are not in the list.
+/// Moves the files named in `last` to the end of `files`, in the order of `last`, and removes from
+/// `last` the names that are not in `files`.
 void moveToEnd(std::vector<std::filesystem::path>& files, std::vector<std::filesystem::path>& last);
 
-/// Deletes a delivered file. One that is no longer there is no error; a failure throws
+/// Deletes a delivered file. A missing file is not an error; a failure throws
 /// `std::filesystem::filesystem_error`.
 void removeDelivered(const std::filesystem::path& file);
 

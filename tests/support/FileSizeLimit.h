@@ -5,7 +5,8 @@
 #include <sys/resource.h>
 #include <csignal>
 
-/// Plays a full disk while it lives: no file of this process grows beyond `size` bytes. POSIX only.
+/// Simulates a full disk during its lifetime: no file of this process can grow beyond `size` bytes.
+/// POSIX only.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t size) : previous_(std::signal(SIGXFSZ, SIG_IGN)) {

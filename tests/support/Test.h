@@ -16,8 +16,8 @@
 using namespace Korvel;
 using Entries = std::vector<std::string>;
 
-/// Keeps what it gets, as compact JSON, and counts its flushes. To be read once the handler has
-/// been flushed or stopped.
+/// Records entries as compact JSON and counts flushes. Read it only after the handler has been
+/// flushed or stopped.
 struct RecordingSink : Sink {
     void append(const Message& message) override { entries.push_back(message.toJson(false, "")); }
     void flush() override { ++flushes; }
@@ -37,8 +37,8 @@ struct LambdaSink : Sink {
     const std::function<void()> onFlush;
 };
 
-/// Lets threads wait until it is opened. The standard latch misses wake-ups in the runtime of g++
-/// 12 for Windows.
+/// Blocks threads until it is opened. std::latch misses wake-ups in the runtime of g++ 12 for
+/// Windows.
 struct Gate {
     void open() {
         const std::lock_guard<std::mutex> guard(mutex);
@@ -55,7 +55,7 @@ struct Gate {
     bool isOpen = false;
 };
 
-/// Holds the worker at the first entry until it is released.
+/// Blocks the worker at the first entry until released.
 struct HoldingSink : Sink {
     void append(const Message&) override {
         entered.open();
@@ -67,7 +67,7 @@ struct HoldingSink : Sink {
     Gate released;
 };
 
-/// A thread that is joined at its end, also where the standard library has none.
+/// A thread joined by its destructor, because not every standard library has std::jthread.
 struct JoiningThread : std::thread {
     using std::thread::thread;
     JoiningThread(JoiningThread&&) = default;
@@ -76,7 +76,7 @@ struct JoiningThread : std::thread {
     }
 };
 
-/// A directory of its own for one test, with everything in it removed at the end.
+/// A separate directory for one test, removed with its content on destruction.
 struct TemporaryDirectory {
     TemporaryDirectory() { std::filesystem::create_directory(path); }
     ~TemporaryDirectory() { std::filesystem::remove_all(path); }
@@ -91,7 +91,7 @@ constexpr char LINE_END[] = "\r\n";
 constexpr char LINE_END[] = "\n";
 #endif
 
-/// The file in text mode, so that a line end is one line feed on every platform.
+/// Reads the file in text mode, so a line end is one line feed on every platform.
 inline std::string readFile(const std::filesystem::path& path) {
     std::ifstream stream(path);
     EXPECT_TRUE(stream) << path;

@@ -16,7 +16,7 @@ namespace Korvel {
 
 class Message;
 
-/// Which arguments a Message takes as what. Nothing here is for users.
+/// Maps argument types to the overloads of Message. Internal: not for users.
 namespace Detail {
 
 template <class T>
@@ -33,18 +33,18 @@ template <class T>
 inline constexpr bool isWholeNumber<T, true> =
     !std::is_same_v<T, bool> && !isCharacter<T> && sizeof(T) <= sizeof(std::int64_t);
 
-/// A literal, a pointer to text or a view, which needs no temporary string on its way to a Map.
+/// A literal, a pointer to text or a view, used as a key without a temporary string.
 template <class T, class Unit>
 inline constexpr bool isKey = std::is_convertible_v<const T&, std::basic_string_view<Unit>> &&
                               !std::is_same_v<T, std::nullptr_t>;
 
-/// Any type that operator[], at and hasKey take as a key.
+/// Any type that operator[], at and hasKey accept as a key.
 template <class T>
 inline constexpr bool isAnyKey =
     isKey<T, char> || isKey<T, wchar_t> || std::is_convertible_v<const T&, std::string> ||
     std::is_convertible_v<const T&, std::wstring>;
 
-/// What at gives out.
+/// Returns the value that `at` found; throws if there is none.
 template <class T>
 const T& required(const T* found) {
     if (found == nullptr) throw std::out_of_range("invalid map<K, T> key");
@@ -61,29 +61,29 @@ std::int64_t toInteger(T value) {
     return static_cast<std::int64_t>(value);
 }
 
-/// Keeps a template parameter from being deduced from the argument.
+/// Prevents deduction of a template parameter from the argument.
 template <class T>
 using NotDeduced = std::enable_if_t<true, T>;
 
 template <class To>
 To implicitly(To value);
 
-/// As std::is_convertible, but false for a type that is only declared: overload resolution asks
-/// about every argument of a function that has an overload for a Message.
+/// Like std::is_convertible, but false for an incomplete type: overload resolution evaluates it for
+/// every argument of a function that has a Message overload.
 template <class T, class To, class = void>
 inline constexpr bool converts = false;
 template <class T, class To>
 inline constexpr bool
     converts<T, To, std::void_t<decltype(implicitly<To>(std::declval<const T&>()))>> = true;
 
-/// A Message, something derived from it, or something with a conversion function to it.
+/// A Message, a class derived from it, or a class with a conversion function to it.
 template <class T, class = void>
 inline constexpr bool isMessage = std::is_convertible_v<T*, const Message*>;
 template <class T>
 inline constexpr bool
     isMessage<T, std::void_t<decltype(std::declval<const T&>().operator Message())>> = true;
 
-/// A string, or a class that converts to it and not to the other string.
+/// A string, or a class that converts to it and not to the other string type.
 template <class T, class Text, class Other>
 inline constexpr bool isTextClass =
     std::is_class_v<T> && !isMessage<T> && converts<T, Text> && !converts<T, Other>;
@@ -99,8 +99,8 @@ using SelectsBool = decltype(selectBool(std::declval<const T&>()));
 template <class T>
 using Promoted = decltype(+std::declval<const T&>());
 
-/// A bool, or something that converts to bool and to no other value. C++ converts a pointer to bool
-/// too, and so a lambda, which converts to a pointer: those are not promoted to int.
+/// A bool, or a type that converts to bool and to no other value. C++ also converts pointers to
+/// bool, and lambdas, which convert to pointers; unary plus does not promote those to int.
 template <class T, class = void>
 inline constexpr bool isTruth = false;
 template <class T>
@@ -108,7 +108,7 @@ inline constexpr bool isTruth<T, std::void_t<SelectsBool<T>, Promoted<T>>> =
     !std::is_enum_v<T> && !isMessage<T> && !converts<T, std::string> &&
     !converts<T, std::wstring> && std::is_same_v<Promoted<T>, int> && SelectsBool<T>::value;
 
-/// One function for each constructor of a Message that is not a template.
+/// One function for each remaining constructor of Message.
 void construct(std::int64_t);
 void construct(float);
 void construct(double);
@@ -130,8 +130,9 @@ inline constexpr bool isIterator = false;
 template <class T>
 inline constexpr bool isIterator<T, std::void_t<typename T::iterator_category>> = true;
 
-/// What no constructor takes, except iterators. A deleted constructor takes part in overload
-/// resolution, and one for iterators would make two elements of `std::vector<Message>{begin, end}`.
+/// Any type that no constructor accepts, except iterators. A deleted constructor takes part in
+/// overload resolution, and one for iterators would turn `std::vector<Message>{begin, end}` into a
+/// list of two elements.
 template <class T>
 inline constexpr bool isForeign =
     !isMessage<T> && !isTruth<T> && !isWholeNumber<T> && !isNarrowText<T> && !isWideText<T> &&

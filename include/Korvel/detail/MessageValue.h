@@ -10,15 +10,15 @@ struct VectorNode;
 class MapNode;
 class Message;
 
-/// What a Message is made of. Nothing here is for users.
+/// The representation of a Message. Internal: not for users.
 namespace Detail {
 
-/// A text has three forms: up to fifteen bytes of UTF-8 inside the Message, with the size in the
-/// type; more of them in a TextNode; or a wide text, for units that UTF-8 cannot give back.
+/// Text has three forms: up to fifteen bytes of UTF-8 inside the Message, with the size in the
+/// type; longer UTF-8 in a TextNode; or wide text, for code units that UTF-8 cannot restore.
 ///
-/// The order matters. A value of a type from ShortText on leaves a Null when it is moved from. A
-/// value of a type from Text on owns storage, or is an Alias: what the map of getMap holds for a
-/// value that the Map keeps elsewhere.
+/// The order matters. A value of type ShortText or above leaves a Null when it is moved from. A
+/// value of type Text or above owns storage or is an Alias: an entry in the map of getMap that
+/// refers to a value stored elsewhere in the Map.
 enum class Type : std::uint8_t {
     Null,
     Boolean,
@@ -55,7 +55,7 @@ struct Short {
     char bytes[CAPACITY];
 };
 
-/// Both begin with the type, so it can be read whichever of them is in use.
+/// Both start with the type, so it can be read whichever is active.
 union Value {
     Plain plain;
     Short brief;

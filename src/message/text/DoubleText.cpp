@@ -18,10 +18,10 @@ namespace {
 constexpr int PRECISION = 6;
 constexpr std::uint64_t SEVEN_DIGITS = 1000000;
 constexpr int MANTISSA_BITS = 52;
-constexpr int EXPONENT_BIAS = 1075;  // Of a mantissa that is read as an integer.
+constexpr int EXPONENT_BIAS = 1075;  // For a mantissa read as an integer.
 
-/// The greatest power of five in 64 bits; the smallest magnitudes that it scales to six digits are
-/// those of 1e-22.
+/// The largest power of five that fits into 64 bits. It scales magnitudes down to about 1e-22 to
+/// six digits.
 constexpr int MAX_FIVES = 27;
 constexpr int MIN_EXPONENT = PRECISION - 1 - MAX_FIVES;
 constexpr int MAX_BINARY_EXPONENT = 63;
@@ -44,8 +44,8 @@ struct Binary {
     int exponent;
 };
 
-/// A magnitude as whole digits, and what part of a unit is left: its first binary place, and
-/// whether anything stands behind that.
+/// A magnitude as an integer and its fraction: whether that is at least a half, and whether
+/// anything remains beyond that half.
 struct Scaled {
     std::uint64_t digits;
     bool half;
@@ -81,8 +81,8 @@ Scaled shiftDown(Product product, int shift) {
     return {digits, (product.low & half) != 0, (product.low & (half - 1)) != 0};
 }
 
-/// value * 10^places, exactly: the fives by multiplication and the twos by the shift. The product
-/// has at least 53 bits and the result at most 24, so the shift is always to the right.
+/// value * 10^places, exactly: multiplies by the fives and shifts by the twos. The product has at
+/// least 53 bits and the result at most 24, so the shift is always to the right.
 Scaled scaleUp(Binary value, int places) {
     const Product product = multiply(value.mantissa, POWERS_OF_5[static_cast<std::size_t>(places)]);
     return shiftDown(product, -(value.exponent + places));
@@ -114,10 +114,10 @@ std::uint64_t roundTens(Scaled scaled) {
     return digits + (isOver || (last == 5 && digits % 2 == 1) ? 1 : 0);
 }
 
-/// The digits of a number below 1,000,000 as text, the first in the lowest byte. Three steps split
-/// it into two groups of four digits (counted with two zeros in front), these into four of two, and
-/// these into eight digits, all groups of a step at once. Each multiplication and shift is a
-/// division by 100 or 10 that is exact for values as small as these.
+/// Returns the digits of a number below 1,000,000 as text, the first in the lowest byte. The number
+/// is padded to eight digits and split into two groups of four, then four groups of two, then eight
+/// digits, all groups of a step at once. Each multiplication and shift is a division by 100 or 10
+/// that is exact for such small values.
 std::uint64_t sixDigits(std::uint32_t number) {
     const std::uint64_t fours = number / 10000 | std::uint64_t{number % 10000} << 32;
     const std::uint64_t hundreds = ((fours * 10486) >> 20) & 0x0000007F0000007F;
@@ -136,10 +136,10 @@ void storeBytes(char* out, std::uint64_t bytes) {
     }
 }
 
-/// Writes six digits in general notation, of which the first has the weight 10^exponent.
+/// Writes six digits, the first with the weight 10^exponent, in general notation.
 char* writeDigits(char* out, std::uint32_t digits, int exponent) {
     const std::uint64_t text = sixDigits(digits);
-    // Trailing zeros go; digits count from the lowest byte, and the first is never a zero.
+    // Trailing zeros are dropped. The first digit is in the lowest byte and is never zero.
     const int count = 8 - std::countl_zero(text ^ 0x303030303030) / 8;
     const bool isScientific = exponent < -4 || exponent >= PRECISION;
     if (!isScientific && exponent < 0) {

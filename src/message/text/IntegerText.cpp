@@ -24,7 +24,7 @@ constexpr std::array<std::uint64_t, 20> POWERS = [] {
     return powers;
 }();
 
-/// Free of branches, because the number of digits of what logs hold is hard to predict.
+/// Branch-free, because the digit counts of logged numbers are hard to predict.
 unsigned countDigits(std::uint64_t value) {
     // 1233 / 4096 is close to the logarithm of 2: the guess is right or one too small.
     const unsigned guess = static_cast<unsigned>(std::bit_width(value | 1)) * 1233 >> 12;
@@ -45,12 +45,12 @@ void writeFour(char* out, std::uint32_t value) {
 char* write(char* out, std::int64_t value) noexcept {
     *out = '-';
     out += value < 0 ? 1 : 0;
-    // Unsigned, because the smallest integer has no positive twin.
+    // Unsigned, because the smallest integer has no positive counterpart.
     const auto bits = static_cast<std::uint64_t>(value);
     std::uint64_t magnitude = value < 0 ? 0 - bits : bits;
     char* const end = out + countDigits(magnitude);
     char* position = end;
-    // Four digits a step make the chain of divisions short.
+    // Four digits per step keep the chain of divisions short.
     for (; magnitude >= 10000; magnitude /= 10000) {
         position -= 4;
         writeFour(position, static_cast<std::uint32_t>(magnitude % 10000));

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Decimal digits, whatever the locale. The writers return the end.
+/// Decimal digits, independent of the locale. The writers return the end of the text.
 namespace Korvel::IntegerText {
 
 /// The sign and the digits of any 64-bit integer.
@@ -11,7 +11,7 @@ constexpr std::size_t MAX_SIZE = 20;
 
 char* write(char* out, std::int64_t value) noexcept;
 
-/// A number of at most `count` digits, which are at most four, with leading zeros.
+/// Writes a number as `count` digits with leading zeros. `count` must be 1 to 4 and large enough.
 char* writePadded(char* out, unsigned value, unsigned count) noexcept;
 
 }  // namespace Korvel::IntegerText

@@ -10,8 +10,8 @@
 namespace Korvel::JsonEscape {
 namespace {
 
-/// Eight bytes, so that one load and one store move the text, whatever its size. What is written
-/// behind the text is overwritten by what follows.
+/// Eight bytes, so one load and one store copy any escape. The next write overwrites the excess
+/// bytes.
 struct Escape {
     char text[7];
     std::uint8_t size;
@@ -19,7 +19,7 @@ struct Escape {
 
 constexpr Escape escapeOf(unsigned char byte) {
     constexpr const char* DIGITS = "0123456789abcdef";
-    // The letter behind the backslash for 0x08 to 0x0D; U+000B has none.
+    // The letters after the backslash for 0x08 to 0x0D; U+000B has none.
     constexpr const char* LETTERS = "btn\0fr";
     const char itself = static_cast<char>(byte);
     if (byte == '"' || byte == '\\') return {{'\\', itself}, 2};
@@ -74,7 +74,7 @@ char* write(char* out, std::string_view text) noexcept {
         }
     }
     if (size < TextBlock::SIZE) return writeBytewise(out, text);
-    // The rest is looked at as the end of a whole block.
+    // The rest is checked as the end of a complete block.
     const char* const lastBlock = text.data() + text.size() - TextBlock::SIZE;
     const unsigned escapes = TextBlock::escapeMask(lastBlock) >> (TextBlock::SIZE - text.size());
     if (escapes != 0) return writeBytewise(out, text);

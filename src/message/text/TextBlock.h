@@ -10,28 +10,28 @@
 #include <emmintrin.h>
 #endif
 
-/// What conversions, escaping and keys do to several bytes or units of text at once, most often to
-/// sixteen. Plain is for every processor; where there is SSE2, the same functions stand outside it
-/// once more.
+/// Operations on blocks of text, usually of sixteen bytes or code units, for conversions, escaping
+/// and keys. The functions in Portable run on every processor; with SSE2, faster versions replace
+/// them.
 namespace Korvel::TextBlock {
 
 constexpr std::size_t SIZE = 16;
 
-/// Compilers make one instruction of it.
+/// Compiles to a single instruction.
 inline std::uint32_t swapBytes(std::uint32_t number) noexcept {
     return number << 24 | (number & 0xFF00) << 8 | (number >> 8 & 0xFF00) | number >> 24;
 }
 
-namespace Plain {
+namespace Portable {
 
-/// Whether all are below 0x80.
+/// Whether all SIZE code units are ASCII.
 inline bool isAscii(const wchar_t* units) noexcept {
     std::uint32_t bits = 0;
     for (std::size_t i = 0; i < SIZE; ++i) bits |= static_cast<std::uint32_t>(units[i]);
     return (bits & ~std::uint32_t{0x7F}) == 0;
 }
 
-/// Of ASCII.
+/// Widens SIZE bytes of ASCII.
 inline void widen(wchar_t* units, const char* bytes) noexcept {
     for (std::size_t i = 0; i < SIZE; ++i) units[i] = static_cast<wchar_t>(bytes[i]);
 }
@@ -40,7 +40,8 @@ inline void narrow(char* bytes, const wchar_t* units) noexcept {
     for (std::size_t i = 0; i < SIZE; ++i) bytes[i] = static_cast<char>(units[i]);
 }
 
-/// Narrows any number of units, and tells whether they are ASCII; if not, the bytes are no text.
+/// Narrows any number of code units and returns whether they are ASCII. If not, the bytes are
+/// meaningless.
 inline bool tryNarrow(char* bytes, const wchar_t* units, std::size_t size) noexcept {
     std::uint32_t bits = 0;
     for (std::size_t i = 0; i < size; ++i) {
@@ -50,8 +51,8 @@ inline bool tryNarrow(char* bytes, const wchar_t* units, std::size_t size) noexc
     return bits < 0x80;
 }
 
-/// Four characters as a number, the first in its highest byte. One that is no ASCII becomes a byte
-/// that is none or a control character.
+/// Packs four characters into a number, the first in its highest byte. A non-ASCII character
+/// becomes a non-ASCII byte or a control character.
 inline std::uint32_t packFour(const wchar_t* units) noexcept {
     std::uint32_t number = 0;
     for (std::size_t i = 0; i < 4; ++i) {
@@ -61,7 +62,7 @@ inline std::uint32_t packFour(const wchar_t* units) noexcept {
     return number;
 }
 
-/// One bit for each byte that cannot stand in a JSON string as it is, the lowest for the first.
+/// One bit for each byte that JSON escapes; the lowest is for the first byte.
 inline unsigned escapeMask(const char* bytes) noexcept {
     unsigned mask = 0;
     for (std::size_t i = 0; i < SIZE; ++i) {
@@ -71,8 +72,8 @@ inline unsigned escapeMask(const char* bytes) noexcept {
     return mask;
 }
 
-/// One bit for each byte that is no ASCII.
-inline unsigned otherMask(const char* bytes) noexcept {
+/// One bit for each byte that is not ASCII.
+inline unsigned nonAsciiMask(const char* bytes) noexcept {
     unsigned mask = 0;
     for (std::size_t i = 0; i < SIZE; ++i) {
         mask |= (static_cast<unsigned char>(bytes[i]) < 0x80 ? 0U : 1U) << i;
@@ -80,7 +81,7 @@ inline unsigned otherMask(const char* bytes) noexcept {
     return mask;
 }
 
-}  // namespace Plain
+}  // namespace Portable
 
 #ifdef KORVEL_SSE2
 
@@ -140,7 +141,7 @@ inline std::uint32_t packFour(const wchar_t* units) noexcept {
     } else {
         block = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(units));
     }
-    // What does not fit becomes 0 or 0xFF.
+    // Saturates: what does not fit becomes 0 or 0xFF.
     const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(block, block));
     return swapBytes(static_cast<std::uint32_t>(bytes));
 }
@@ -157,7 +158,7 @@ inline bool tryNarrow(char* bytes, const wchar_t* units, std::size_t size) noexc
         std::memcpy(bytes + done, &block, STEP);
     }
     const __m128i high = sizeof(wchar_t) == 4 ? _mm_set1_epi32(~0x7F) : _mm_set1_epi16(~0x7F);
-    const bool isRestAscii = Plain::tryNarrow(bytes + done, units + done, size % STEP);
+    const bool isRestAscii = Portable::tryNarrow(bytes + done, units + done, size % STEP);
     return isRestAscii && areZero(_mm_and_si128(bits, high));
 }
 
@@ -170,19 +171,19 @@ inline unsigned escapeMask(const char* bytes) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(isAny));
 }
 
-inline unsigned otherMask(const char* bytes) noexcept {
+inline unsigned nonAsciiMask(const char* bytes) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(load(bytes)));
 }
 
 #else
 
-using Plain::escapeMask;
-using Plain::isAscii;
-using Plain::narrow;
-using Plain::otherMask;
-using Plain::packFour;
-using Plain::tryNarrow;
-using Plain::widen;
+using Portable::escapeMask;
+using Portable::isAscii;
+using Portable::narrow;
+using Portable::nonAsciiMask;
+using Portable::packFour;
+using Portable::tryNarrow;
+using Portable::widen;
 
 #endif
 
@@ -193,10 +194,10 @@ inline std::uint32_t packFour(const char* bytes) noexcept {
 }
 
 inline bool isAscii(const char* bytes) noexcept {
-    return otherMask(bytes) == 0;
+    return nonAsciiMask(bytes) == 0;
 }
 
-/// The bits of the first `size` bytes.
+/// The mask bits of the first `size` bytes.
 inline unsigned maskOf(std::size_t size) noexcept {
     return (1U << size) - 1;
 }

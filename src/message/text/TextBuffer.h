@@ -7,9 +7,9 @@
 
 namespace Korvel {
 
-/// Text that grows at its end. A writer asks once for the room that a piece can need at most,
-/// writes it through a pointer, and says where it ended. Up to a kilobyte, which is most entries,
-/// needs no allocation.
+/// A text that grows at its end. A writer reserves the maximum space for a piece once, writes
+/// through a pointer, and reports where the piece ends. Up to 1 KiB, enough for most entries, needs
+/// no allocation.
 class TextBuffer {
 public:
     TextBuffer() = default;
@@ -17,17 +17,17 @@ public:
     TextBuffer& operator=(const TextBuffer&) = delete;
     ~TextBuffer() = default;
 
-    /// The end of the text, with `size` bytes that may be written there. Good until the next call.
+    /// Returns the end of the text, with space for `size` bytes there. Valid until the next call.
     char* room(std::size_t size) { return room(end_, size); }
 
-    /// The same once everything up to `end` has become part of the text.
+    /// The same, after making everything up to `end` part of the text.
     char* room(char* end, std::size_t size) {
         end_ = end;
         if (size > static_cast<std::size_t>(limit_ - end_)) grow(size);
         return end_;
     }
 
-    /// Makes what was written up to `end` part of the text.
+    /// Makes everything up to `end` part of the text.
     void endAt(char* end) noexcept { end_ = end; }
 
     void append(std::string_view piece) {

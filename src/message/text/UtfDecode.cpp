@@ -8,7 +8,7 @@
 namespace Korvel::Utf {
 namespace {
 
-/// A long text is converted in pieces that stay in the fastest memory on their way to the result.
+/// Long text is converted in pieces that fit into the fastest cache.
 constexpr std::size_t PIECE = 512;
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 
@@ -24,7 +24,7 @@ std::uint32_t readContinuation(std::string_view text, std::size_t position) {
     return byte & 0x3F;
 }
 
-/// Any sequence of two bytes or more. Moves the position behind it, and returns the end of the
+/// Decodes a sequence of two or more bytes. Moves `position` past it and returns the end of the
 /// units.
 wchar_t* decodeSequence(wchar_t* units, std::string_view text, std::size_t& position) {
     const unsigned length = sequenceLength(byteAt(text, position));
@@ -34,8 +34,8 @@ wchar_t* decodeSequence(wchar_t* units, std::string_view text, std::size_t& posi
     while (++position < last) {
         value = (value << 6) | readContinuation(text, position);
     }
-    // The value but for its lowest six bits is known here, and with it the high surrogate. A text
-    // that ends at this point ends in that surrogate.
+    // All but the lowest six bits of the value are known here, and so is the high surrogate. A text
+    // that ends here yields that surrogate.
     if (value > (LAST_CODE_POINT >> 6)) fail();
     const bool isPair = value > (LAST_OF_BMP >> 6);
     if (isPair) {
@@ -48,8 +48,8 @@ wchar_t* decodeSequence(wchar_t* units, std::string_view text, std::size_t& posi
     return units;
 }
 
-/// The same, quicker for what most texts are made of: whole sequences of two to four bytes, each of
-/// which is checked at once.
+/// The same, with a fast path for complete sequences of two to four bytes, whose continuation bytes
+/// are checked together.
 wchar_t* decodeCharacter(wchar_t* units, std::string_view text, std::size_t& position) {
     constexpr std::size_t MAX_BYTES = 4;
     if (text.size() - position < MAX_BYTES) return decodeSequence(units, text, position);
@@ -57,7 +57,7 @@ wchar_t* decodeCharacter(wchar_t* units, std::string_view text, std::size_t& pos
     const std::uint32_t second = byteAt(text, position + 1) ^ 0x80;
     const std::uint32_t third = byteAt(text, position + 2) ^ 0x80;
     const std::uint32_t fourth = byteAt(text, position + 3) ^ 0x80;
-    // A continuation byte leaves its six bits alone.
+    // The XOR leaves only the six payload bits of a continuation byte.
     if ((lead & 0xE0) == 0xC0 && second < 0x40) {
         *units = static_cast<wchar_t>((lead & 0x1F) << 6 | second);
         position += 2;
@@ -78,9 +78,9 @@ wchar_t* decodeCharacter(wchar_t* units, std::string_view text, std::size_t& pos
     return decodeSequence(units, text, position);
 }
 
-/// As much of the text from `position` on as gives no more than PIECE units.
+/// Decodes text from `position` on, into at most PIECE units.
 wchar_t* decodePiece(wchar_t* units, std::string_view text, std::size_t& position) {
-    // No sequence gives more units than it has bytes, and the last may reach over the limit.
+    // A sequence never yields more units than it has bytes, and the last one may cross the limit.
     const std::size_t limit = std::min(text.size(), position + PIECE - 1);
     std::size_t next = position;
     while (next < limit) {
@@ -109,7 +109,7 @@ bool isAscii(std::string_view text) {
     return TextBlock::isAscii(rest);
 }
 
-/// The size of the sequence at `position` if it is well-formed, else 0.
+/// The length of the sequence at `position` if it is well-formed, otherwise 0.
 std::size_t wellFormedLength(std::string_view text, std::size_t position) {
     constexpr std::uint32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
     const unsigned length = sequenceLength(byteAt(text, position));
@@ -124,7 +124,7 @@ std::size_t wellFormedLength(std::string_view text, std::size_t position) {
     return value >= SMALLEST[length] && isCharacter ? length : 0;
 }
 
-/// The first position from `position` on, below `end`, that holds no continuation byte.
+/// Returns the first position in [`position`, `end`) without a continuation byte, or `end`.
 std::size_t skipContinuations(std::string_view bytes, std::size_t position, std::size_t end) {
     while (position < end && isContinuation(byteAt(bytes, position))) ++position;
     return position;

@@ -8,7 +8,7 @@
 namespace Korvel::Utf {
 namespace {
 
-/// A long text is converted in pieces that stay in the fastest memory on their way to the result.
+/// Long text is converted in pieces that fit into the fastest cache.
 constexpr std::size_t PIECE = 2048;
 
 char asByte(std::uint32_t value) {
@@ -40,8 +40,8 @@ char* encodeFourBytes(char* bytes, std::uint32_t codePoint) {
     return bytes + 4;
 }
 
-/// The character whose high surrogate stands at `position`. A text that ends in the surrogate gets
-/// the first byte, which depends on nothing else.
+/// Encodes the character whose high surrogate is at `position`. A text that ends in the surrogate
+/// yields only the first byte, which the surrogate determines alone.
 char* encodePair(char* bytes, std::wstring_view text, std::size_t& position) {
     const std::uint32_t high = unitAt(text, position++);
     if (position == text.size()) {
@@ -53,8 +53,8 @@ char* encodePair(char* bytes, std::wstring_view text, std::size_t& position) {
     return encodeFourBytes(bytes, codePointOf(high, low));
 }
 
-/// A unit below 0x800. Both bytes are written, whether it needs two or one: ASCII and other letters
-/// alternate in a way that branches cannot foresee.
+/// Encodes a unit below 0x800. Always writes two bytes, even if one is enough: a branch would be
+/// mispredicted where ASCII and other letters alternate.
 char* encodeShort(char* bytes, std::uint32_t unit) {
     const bool isAscii = unit < 0x80;
     bytes[0] = asByte(isAscii ? unit : 0xC0 | (unit >> 6));
@@ -62,10 +62,11 @@ char* encodeShort(char* bytes, std::uint32_t unit) {
     return bytes + (isAscii ? 1 : 2);
 }
 
-/// The character at `position`. Writes only its bytes, because the text may have no room to spare.
+/// Encodes the character at `position`. Writes only its bytes, because the destination may have its
+/// exact size.
 inline char* encodeNext(char* bytes, std::wstring_view text, std::size_t& position) {
     const std::uint32_t unit = unitAt(text, position);
-    // encodeShort must not write beyond the last unit.
+    // encodeShort must not wrthe last unite past the last unit.
     if (unit < 0x800 && position != text.size() - 1) {
         ++position;
         return encodeShort(bytes, unit);
@@ -77,7 +78,7 @@ inline char* encodeNext(char* bytes, std::wstring_view text, std::size_t& positi
     return encodeCharacter(bytes, text, position);
 }
 
-/// The units from `position` up to `limit`, and the second of a pair that begins there.
+/// Encodes the units from `position` up to `limit`, and the second unit of a pair that crosses it.
 char* encodeUpTo(std::size_t limit, char* bytes, std::wstring_view text, std::size_t& position) {
     std::size_t next = position;
     while (next < limit) {
@@ -93,8 +94,8 @@ char* encodeUpTo(std::size_t limit, char* bytes, std::wstring_view text, std::si
     return bytes;
 }
 
-/// What the character at `position`, which is no ASCII, needs in UTF-8. Moves the position behind
-/// it; 0 if it would not read back.
+/// The UTF-8 size of the non-ASCII character at `position`, or 0 if it would not read back. Moves
+/// `position` past it.
 std::size_t sizeOfCharacter(std::wstring_view text, std::size_t& position) {
     const std::uint32_t unit = unitAt(text, position++);
     if (unit < 0x800) return 2;

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string_view>
 
-/// What bytes of UTF-8 and units of UTF-16 are, for the conversions, and how those fail.
+/// Classification of UTF-8 bytes and UTF-16 code units for the conversions, and their failure.
 namespace Korvel::Utf {
 
 constexpr std::uint32_t LAST_OF_BMP = 0xFFFF;
@@ -15,7 +15,7 @@ constexpr std::uint32_t LAST_CODE_POINT = 0x10FFFF;
     throw std::range_error("bad conversion");
 }
 
-/// An element as a number. On a platform where `wchar_t` is signed a negative one becomes huge.
+/// An element as a number. Where `wchar_t` is signed, a negative element becomes a large number.
 inline std::uint32_t unitAt(std::wstring_view text, std::size_t position) {
     return static_cast<std::uint32_t>(text[position]);
 }
@@ -56,8 +56,8 @@ inline wchar_t lowSurrogate(std::uint32_t codePoint) {
     return static_cast<wchar_t>(0xDC00 | (codePoint & 0x3FF));
 }
 
-/// The length of the sequence that `lead` begins; 0 for a byte that begins none. The forms of five
-/// and six bytes are no UTF-8 of today, but small values in them are read.
+/// The length of the sequence that `lead` starts; 0 for a continuation byte. Forms of five and six
+/// bytes are obsolete, but small values in them are accepted.
 inline unsigned sequenceLength(std::uint32_t lead) {
     if (lead < 0x80) return 1;
     if (lead < 0xC0) return 0;
