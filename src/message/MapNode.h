@@ -19,7 +19,7 @@ namespace Korvel {
 ///
 /// A value lives in a slot and never moves, so references to it stay valid. The slots are a first
 /// block after this object in the same allocation and one overflow block, MAX_SLOTS together;
-/// `order_` lists them by key.
+/// `order_` lists them by key. docs/design.md shows the memory layout.
 ///
 /// The first call of getMap builds the shown map, a `std::map` with an alias for every slot. A key
 /// that does not fit into a slot (because it is not a ShortKey or all slots are in use) is stored
