@@ -117,7 +117,7 @@ def write(rows, samples, effort):
     conversions, trees, rotation = other_figures(samples)
     sections = [
         "# Results",
-        "Written by `scripts/bench`. [README.md](README.md) tells what the words mean.",
+        "Written by `scripts/bench`. [README.md](README.md) explains the terms.",
         machine(effort),
         "## Ratios and targets", table(rows),
         "## Figures: one producer in a burst", pipeline_figures(samples, "burst1"),
