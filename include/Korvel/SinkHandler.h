@@ -29,7 +29,7 @@ class Pipeline;
 /// again, so a steady load does not wake it for each entry. flush and stopProcessing interrupt this
 /// wait.
 ///
-/// Memory: delivered entries of up to about 2 KiB, at most 1,024 of them, wait for later calls of
+/// Memory: delivered entries of up to about 4 KiB, at most 1,024 of them, wait for later calls of
 /// log, each of which frees the oldest. The worker frees all others immediately, and the waiting
 /// ones when it is idle. docs/platforms.md describes how a process shrinks after a burst.
 ///

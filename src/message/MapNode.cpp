@@ -66,6 +66,18 @@ void MapNode::prefetch() const noexcept {
 #endif
 }
 
+std::size_t MapNode::footprint(std::size_t limit) const noexcept {
+    // What a std::map keeps beside an entry.
+    constexpr std::size_t LINKS = 4 * sizeof(void*);
+    const std::size_t slots = overflow_ == nullptr ? capacity_ : MAX_SLOTS;
+    std::size_t size = sizeof(MapNode) + slots * sizeof(Slot);
+    if (map() == nullptr) return size;
+    for (auto entry = map()->begin(); entry != map()->end() && size < limit; ++entry) {
+        size += LINKS + sizeof *entry + entry->first.capacity() * sizeof(wchar_t);
+    }
+    return size;
+}
+
 const MapNode::ShownMap& MapNode::shownMap() const {
     if (const ShownMap* const made = map()) return *made;
     // Several readers can get here at the same time; the first one builds the map for all.

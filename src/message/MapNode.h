@@ -82,6 +82,10 @@ public:
 
     void prefetch() const noexcept;
 
+    /// About how many bytes the keys and values take, without what the values own. The count stops
+    /// at `limit`.
+    std::size_t footprint(std::size_t limit) const noexcept;
+
     /// Links containers awaiting destruction, which must neither recurse nor allocate.
     MapNode* next = nullptr;
 

@@ -19,20 +19,22 @@ std::size_t MessageAccess::footprint(const Message& message, std::size_t limit) 
     std::size_t size = 0;
     // Every level of recursion increases the size, so the limit also bounds the depth.
     const auto add = [&size, limit](const Message& child) {
-        size += sizeof child;
-        if (!child.value_.isSelfContained() && size < limit) size += footprint(child, limit - size);
+        if (size < limit && !child.value_.isSelfContained()) size += footprint(child, limit - size);
     };
     const auto& payload = message.value_.plain.payload;
     switch (type(message)) {
     case Type::Text:
         return payload.text->size;
     case Type::WideText:
-        return payload.wideText->size() * sizeof(wchar_t);
+        return payload.wideText->capacity() * sizeof(wchar_t);
     case Type::Vector:
+        size = sizeof(VectorNode) + payload.vector->elements.capacity() * sizeof(Message);
+        if (size >= limit) return size;
         for (const Message& element : payload.vector->elements) add(element);
         return size;
     case Type::Map:
-        payload.map->forEachOwned(add);
+        size = payload.map->footprint(limit);
+        if (size < limit) payload.map->forEachOwned(add);
         return size;
     default:
         return 0;

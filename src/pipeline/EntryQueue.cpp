@@ -22,8 +22,8 @@ constexpr std::chrono::microseconds NAP(100);
 constexpr std::chrono::seconds MAX_FLUSH_DELAY(1);
 
 /// Several times the size of a usual entry, and small enough to destroy in about the time of a log
-/// call. With the capacity of the ring it limits the recycled entries of a handler to 2 MiB.
-constexpr std::size_t MAX_RECYCLABLE = 2048;
+/// call. With the capacity of the ring it limits the recycled entries of a handler to 4 MiB.
+constexpr std::size_t MAX_RECYCLABLE = 4096;
 
 /// Makes the allocator request many pages from the system at once. Called for every entry that
 /// finds no delivered one to recycle, because the process may then be growing. For most threads

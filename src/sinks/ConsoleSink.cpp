@@ -88,6 +88,8 @@ bool ConsoleSink::isListed(std::wstring_view key) const {
 }
 
 void ConsoleSink::write(std::string_view text) {
+    // Even an empty write can throw on a failed stream and flushes a tied one.
+    if (text.empty()) return;
     // Unformatted output, because a width that the application has set on its stream must not apply
     // here.
     stream_.write(text.data(), static_cast<std::streamsize>(text.size()));

@@ -11,28 +11,29 @@ static Message listOf(int size) {
     return {{"list", texts}};
 }
 
-/// The same with keys that only a `std::map` can hold.
-static Message mapOf(int size) {
-    Message map;
-    for (int i = 0; i < size; ++i) map["a key that is long " + std::to_string(i)] = i;
-    return {{"list", map}};
+/// Payloads that take long to destroy, each for another reason.
+static std::vector<Message> largePayloads() {
+    Message longKeys;
+    for (int i = 0; i < 50; ++i) longKeys[std::string(60, 'k') + std::to_string(i)] = i;
+    const std::vector<Message> emptyMaps(100, std::map<std::string, Message>());
+    return {listOf(1000), {{"list", longKeys}}, {{"list", emptyMaps}}};
 }
 
 TEST(Recycling, LogDestroysSmallDeliveredEntriesOldestFirstAndTheWorkerLargeOnes) {
-    constexpr int LARGE = 1000;
+    const std::vector<Message> large = largePayloads();
     SinkHandler handler(false);
     const auto holding = std::make_shared<HoldingSink>();
     handler.installSink(std::make_shared<Filter>(
         holding, [](const Message& entry) { return !entry.hasKey("list"); }));
     const int liveBefore = liveBlocks;
-    for (int i = 0; i < 100; ++i) {
-        handler.log("T", i % 2 == 0 ? listOf(LARGE) : mapOf(LARGE));
-        handler.log("T", listOf(1 + i % 50));
+    for (std::size_t i = 0; i < 100; ++i) {
+        handler.log("T", large[i % large.size()]);
+        handler.log("T", listOf(1 + static_cast<int>(i % 50)));
     }
     handler.log("hold", {});
     handler.startProcessing();
     holding->entered.wait();
-    EXPECT_LT(liveBlocks - liveBefore, 10 * LARGE);
+    EXPECT_LT(liveBlocks - liveBefore, 10000);
     std::vector<int> freed(32);
     for (int& count : freed) {
         const int before = freedBlocks;

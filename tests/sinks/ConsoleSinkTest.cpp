@@ -34,4 +34,6 @@ TEST(ConsoleSink, FailuresLeaveWholeLinesAndAUsableSink) {
     sink.append({{"k", 1}});
     sink.flush();
     EXPECT_EQ(stream.str(), "\"first\": 1\n\n");
+    EXPECT_THROW(stream.exceptions(std::ios::badbit), std::ios::failure);
+    EXPECT_THROW(sink.append(5), WrongTypeException);
 }
