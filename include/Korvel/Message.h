@@ -167,14 +167,16 @@ public:
     Message& operator[](const std::wstring& key) { return element(std::wstring_view(key)); }
     template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
     Message& operator[](const T& key) {
-        return element(std::string_view(key));
+        return element(Detail::keyOf<char>(key));
     }
     template <class T, std::enable_if_t<Detail::isKey<T, wchar_t>, int> = 0>
     Message& operator[](const T& key) {
-        return element(std::wstring_view(key));
+        return element(Detail::keyOf<wchar_t>(key));
     }
     /// A const Message cannot insert, so it has no such operator: use at.
-    template <class T, std::enable_if_t<Detail::isAnyKey<T>, int> = 0>
+    const Message& operator[](const std::string& useAtInstead) const = delete;
+    const Message& operator[](const std::wstring& useAtInstead) const = delete;
+    template <class T, std::enable_if_t<Detail::isView<T>, int> = 0>
     const Message& operator[](const T& useAtInstead) const = delete;
 
     /// Returns the element at `position` of a Vector. The position is not checked: it must be below
@@ -196,11 +198,11 @@ public:
     }
     template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
     const Message& at(const T& key) const {
-        return Detail::required(find(std::string_view(key)));
+        return Detail::required(find(Detail::keyOf<char>(key)));
     }
     template <class T, std::enable_if_t<Detail::isKey<T, wchar_t>, int> = 0>
     const Message& at(const T& key) const {
-        return Detail::required(find(std::wstring_view(key)));
+        return Detail::required(find(Detail::keyOf<wchar_t>(key)));
     }
     template <class T, std::enable_if_t<Detail::isAnyKey<T>, int> = 0>
     Message& at(const T& key) {
@@ -212,11 +214,11 @@ public:
     bool hasKey(const std::wstring& key) const { return find(std::wstring_view(key)) != nullptr; }
     template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
     bool hasKey(const T& key) const {
-        return find(std::string_view(key)) != nullptr;
+        return find(Detail::keyOf<char>(key)) != nullptr;
     }
     template <class T, std::enable_if_t<Detail::isKey<T, wchar_t>, int> = 0>
     bool hasKey(const T& key) const {
-        return find(std::wstring_view(key)) != nullptr;
+        return find(Detail::keyOf<wchar_t>(key)) != nullptr;
     }
 
     /// Calls `action(std::wstring_view key, const Message& value)` for each entry of a Map, in key
@@ -224,10 +226,12 @@ public:
     /// change this Message. Exceptions from `action` propagate.
     template <class Action>
     void forEach(Action&& action) const {
+        // By a pointer to the pointer: a pointer to a function does not convert to `void*`.
+        auto* address = std::addressof(action);
         const auto call = [](void* target, std::wstring_view key, const Message& value) {
-            (*static_cast<std::remove_reference_t<Action>*>(target))(key, value);
+            (**static_cast<decltype(address)*>(target))(key, value);
         };
-        visit(call, const_cast<void*>(static_cast<const void*>(std::addressof(action))));
+        visit(call, &address);
     }
 
     /// The number of elements or entries; 0 for a Null and 1 for any scalar. Never throws.

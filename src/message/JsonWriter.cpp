@@ -78,8 +78,8 @@ struct JsonWriter::Elements {
         : elements(level.container->getVector()), position(level.position) {}
     bool atBegin() const { return position == 0; }
     bool atEnd() const { return position == elements.size(); }
-    std::size_t roomForKey() const { return 0; }
-    char* putKey(char* out, bool) const { return out; }
+    static std::size_t roomForKey() { return 0; }
+    static char* putKey(char* out, bool) { return out; }
     const Message& next() { return elements[position++]; }
     void store(Level& level) const { level.position = position; }
 
@@ -93,7 +93,7 @@ struct JsonWriter::Slots {
     Slots(const Level& level, const MapNode& node) : map(node), position(level.position) {}
     bool atBegin() const { return position == 0; }
     bool atEnd() const { return position == map.size(); }
-    std::size_t roomForKey() const { return 0; }
+    static std::size_t roomForKey() { return 0; }
     char* putKey(char* out, bool pretty) const {
         *out = '"';
         return putColon(put(map.slotAt(position).key.write(out + 1), "\""), pretty);

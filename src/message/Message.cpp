@@ -24,24 +24,18 @@ void makeMap(Value& value, Entries& entries) {
     for (auto& [key, element] : entries) map->element(key) = std::move(element);
 }
 
-bool fitsIntoSlots(const std::map<std::wstring, Message>& entries) {
+/// Whether a Map takes over the map itself: the slots cannot hold all entries, and no key must be
+/// split.
+bool isAdopted(const std::map<std::wstring, Message>& entries) {
     const auto isShort = [](const auto& entry) {
         return ShortKey::of(std::wstring_view(entry.first)).has_value();
     };
-    return entries.size() <= MapNode::MAX_SLOTS &&
-           std::all_of(entries.begin(), entries.end(), isShort);
-}
-
-std::map<std::wstring, Message> withSplitKeys(std::map<std::wstring, Message> source) {
     const auto isSplit = [](const auto& entry) {
         return !Utf::hasSupplementaryElement(entry.first);
     };
-    if (std::all_of(source.begin(), source.end(), isSplit)) return source;
-    std::map<std::wstring, Message> entries;
-    for (auto& [key, value] : source) {
-        entries[Utf::splitSupplementary(key)] = std::move(value);
-    }
-    return entries;
+    const bool fits = entries.size() <= MapNode::MAX_SLOTS &&
+                      std::all_of(entries.begin(), entries.end(), isShort);
+    return !fits && std::all_of(entries.begin(), entries.end(), isSplit);
 }
 
 }  // namespace
@@ -53,11 +47,10 @@ Message::Message(std::map<std::string, Message> entries) : Message() {
 }
 
 Message::Message(std::map<std::wstring, Message> entries) : Message() {
-    if (fitsIntoSlots(entries)) {
-        makeMap(value_, entries);
+    if (isAdopted(entries)) {
+        value_.plain = {Type::Map, {.map = MapNode::create(std::move(entries))}};
     } else {
-        MapNode* const map = MapNode::create(withSplitKeys(std::move(entries)));
-        value_.plain = {Type::Map, {.map = map}};
+        makeMap(value_, entries);
     }
 }
 

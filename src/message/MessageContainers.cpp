@@ -13,7 +13,6 @@ namespace Korvel {
 namespace {
 
 using Detail::Type;
-using Detail::Value;
 
 MapNode& mapOf(const Message& message) {
     return *MessageAccess::require(message, Type::Map).plain.payload.map;

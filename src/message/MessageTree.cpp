@@ -138,10 +138,10 @@ void copy(const Message& source, Message& copy) {
         MessageText::copy(from, to);
     } else if (const Descent descent; descent.isTooDeep()) {
         copyDeep(resolved, copy);
-    } else if (from.type() == Type::Vector) {
-        to.plain = {Type::Vector, {.vector = new VectorNode{from.plain.payload.vector->elements}}};
+    } else if (makeEmptyLike(from, to); from.type() == Type::Vector) {
+        // Not by the copy constructor, which leaks in some standard libraries if an element throws.
+        to.plain.payload.vector->elements = from.plain.payload.vector->elements;
     } else {
-        makeEmptyLike(from, to);
         to.plain.payload.map->copyEntries(*from.plain.payload.map, MessageTree::copy);
     }
 }

@@ -1,7 +1,5 @@
-#include "support/Test.h"
-#ifndef _WIN32
 #include "support/OperatorNew.h"
-#endif
+#include "support/Test.h"
 
 #include <nlohmann/json.hpp>
 
@@ -15,6 +13,23 @@ TEST(MessageContainers, IndexingANullByKeyMakesAMap) {
     EXPECT_FALSE(message.hasKey("absent"));
     EXPECT_THROW(message.at(L"absent"), std::out_of_range);
     EXPECT_EQ(message.size(), 4U);
+}
+
+TEST(MessageContainers, KeysOfEveryTypeReachTheSameEntry) {
+    struct Name {
+        operator std::string() const { return "k"; }
+    };
+    Message message;
+    message[Name()] = 1;
+    message[std::filesystem::path("k")] = 2;
+    const char* const pointer = "k";
+    const wchar_t* const null = nullptr;
+    EXPECT_EQ(message[pointer].getInteger(), 2);
+    EXPECT_EQ(message.at(Name()).getInteger() + message.at(L"k").getInteger(), 4);
+    EXPECT_TRUE(message.hasKey(Name()) && message.hasKey(std::string_view("k")));
+    EXPECT_THROW(message[null], std::logic_error);
+    EXPECT_THROW((void)message.hasKey(null), std::logic_error);
+    EXPECT_EQ(message.size(), 1U);
 }
 
 TEST(MessageContainers, EveryOtherTypeRefusesAndStaysAsItWas) {
@@ -132,6 +147,20 @@ static Entries everyAnswer(const Message& value) {
     return answers;
 }
 
+static std::wstring visitedKeys;
+static void visitKey(std::wstring_view key, const Message&) {
+    visitedKeys += key;
+}
+
+TEST(MessageContainers, ForEachVisitsEveryKindOfKeyInOrder) {
+    Message message({{"b", 1}, {"B", 1}});
+    message.forEach(visitKey);
+    message[L"\u00E9"] = message["aa"] = 1;
+    message.forEach(&visitKey);
+    EXPECT_EQ(visitedKeys, L"BbBaab\u00E9");
+    EXPECT_THROW(Message().forEach(visitKey), WrongTypeException);
+}
+
 TEST(MessageContainers, TheMapOfGetMapAnswersLikeTheValuesThatItShows) {
     const Message values[] = {Message(),
                               true,
@@ -152,7 +181,7 @@ TEST(MessageContainers, TheMapOfGetMapAnswersLikeTheValuesThatItShows) {
         const Message list(std::vector<Message>{alias});
         EXPECT_EQ(everyAnswer(list[0]), everyAnswer(value));
         // The map itself is not const, so this is allowed.
-        Message& mutableAlias = const_cast<Message&>(alias);
+        auto& mutableAlias = const_cast<Message&>(alias);
         assigned = std::move(mutableAlias);
         EXPECT_EQ(everyAnswer(assigned), everyAnswer(value));
         mutableAlias = Message({{"k", 1}});

@@ -1,35 +1,12 @@
 #pragma once
 
-// Replaces operator new of the whole program, so only one of its files may include this. Not for
-// Windows, where a program cannot replace it for a DLL.
-
 #include <atomic>
-#include <cstdlib>
-#include <new>
 
-std::atomic<int> liveBlocks = 0;
-thread_local int freedBlocks = 0;
-thread_local bool isOutOfMemory = false;
+// For programs that link OperatorNew.cpp, which replaces operator new. On Windows a program cannot
+// replace it for a DLL.
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    void* const block = isOutOfMemory ? nullptr : std::malloc(size);
-    if (block != nullptr) ++liveBlocks;
-    return block;
-}
-
-void* operator new(std::size_t size) {
-    void* const block = operator new(size, std::nothrow);
-    if (block == nullptr) throw std::bad_alloc();
-    return block;
-}
-
-void operator delete(void* block) noexcept {
-    if (block == nullptr) return;
-    --liveBlocks;
-    ++freedBlocks;
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept {
-    operator delete(block);
-}
+/// How many blocks are allocated, and how many this thread has freed.
+extern std::atomic<int> liveBlocks;
+extern thread_local int freedBlocks;
+/// Makes every allocation of this thread fail.
+extern thread_local bool isOutOfMemory;

@@ -38,11 +38,22 @@ template <class T, class Unit>
 inline constexpr bool isKey = std::is_convertible_v<const T&, std::basic_string_view<Unit>> &&
                               !std::is_same_v<T, std::nullptr_t>;
 
+template <class T>
+inline constexpr bool isView = isKey<T, char> || isKey<T, wchar_t>;
+
+/// A null pointer is not a key, just as it is not a text.
+template <class Unit, class T>
+std::basic_string_view<Unit> keyOf(const T& key) {
+    if constexpr (std::is_pointer_v<T>) {
+        if (key == nullptr) throw std::logic_error("Message key from a null text pointer");
+    }
+    return key;
+}
+
 /// Any type that operator[], at and hasKey accept as a key.
 template <class T>
-inline constexpr bool isAnyKey =
-    isKey<T, char> || isKey<T, wchar_t> || std::is_convertible_v<const T&, std::string> ||
-    std::is_convertible_v<const T&, std::wstring>;
+inline constexpr bool isAnyKey = isView<T> || std::is_convertible_v<const T&, std::string> ||
+                                 std::is_convertible_v<const T&, std::wstring>;
 
 /// Returns the value that `at` found; throws if there is none.
 template <class T>

@@ -100,15 +100,6 @@ wchar_t* decodePiece(wchar_t* units, std::string_view text, std::size_t& positio
     return units;
 }
 
-bool isAscii(std::string_view text) {
-    char rest[TextBlock::SIZE] = {};
-    for (; text.size() >= TextBlock::SIZE; text.remove_prefix(TextBlock::SIZE)) {
-        if (!TextBlock::isAscii(text.data())) return false;
-    }
-    text.copy(rest, text.size());
-    return TextBlock::isAscii(rest);
-}
-
 /// The length of the sequence at `position` if it is well-formed, otherwise 0.
 std::size_t wellFormedLength(std::string_view text, std::size_t position) {
     constexpr std::uint32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
@@ -147,7 +138,6 @@ std::wstring decode(std::string_view text) {
 }
 
 bool isWellFormed(std::string_view text) noexcept {
-    if (isAscii(text)) return true;
     std::size_t position = 0;
     while (position < text.size()) {
         if (text.size() - position >= TextBlock::SIZE && TextBlock::isAscii(&text[position])) {
