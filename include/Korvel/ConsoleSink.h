@@ -5,7 +5,6 @@
 
 #include <iosfwd>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Korvel {
@@ -40,9 +39,6 @@ public:
     void append(const Message& message) override;
 
 private:
-    bool isListed(std::wstring_view key) const;
-    void write(std::string_view text);
-
     std::vector<std::wstring> keys_;
     std::ostream& stream_;
 };

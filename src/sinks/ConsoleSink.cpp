@@ -45,13 +45,25 @@ private:
     std::size_t size_ = 0;
 };
 
+bool contains(const std::vector<std::wstring>& keys, std::wstring_view key) {
+    return std::find(keys.begin(), keys.end(), key) != keys.end();
+}
+
+void write(std::ostream& stream, std::string_view text) {
+    // Even an empty write can throw on a failed stream and flushes a tied one.
+    if (text.empty()) return;
+    // Unformatted output, because a width that the application has set on its stream must not apply
+    // here.
+    stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
 }  // namespace
 
 ConsoleSink::ConsoleSink() : ConsoleSink(std::cout) {}
 
 ConsoleSink::ConsoleSink(std::ostream& stream, const std::vector<std::wstring>& keys)
     : keys_(keys), stream_(stream) {
-    // A Map stores split keys, and isListed compares with those.
+    // A Map stores split keys, and append compares with those.
     for (auto& key : keys_) key = Utf::splitSupplementary(key);
 }
 
@@ -72,27 +84,15 @@ void ConsoleSink::append(const Message& message) {
             if (message.hasKey(key)) block.addLine(key, message.at(key));
         }
         message.forEach([&](std::wstring_view key, const Message& value) {
-            if (!isListed(key)) block.addLine(key, value);
+            if (!contains(keys_, key)) block.addLine(key, value);
         });
     } catch (...) {
-        write(block.wholeLines());
+        write(stream_, block.wholeLines());
         throw;
     }
     block.end();
-    write(block.wholeLines());
+    write(stream_, block.wholeLines());
     stream_.flush();
-}
-
-bool ConsoleSink::isListed(std::wstring_view key) const {
-    return std::find(keys_.begin(), keys_.end(), key) != keys_.end();
-}
-
-void ConsoleSink::write(std::string_view text) {
-    // Even an empty write can throw on a failed stream and flushes a tied one.
-    if (text.empty()) return;
-    // Unformatted output, because a width that the application has set on its stream must not apply
-    // here.
-    stream_.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 }  // namespace Korvel
