@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the benchmarks: run.py [--quick | --instructions | --check]
 
-scripts/bench builds what this runs, and tells what the options do.
+scripts/bench builds what this runs, and describes the options.
 """
 
 import argparse

@@ -61,7 +61,7 @@ std::size_t countLines(const std::filesystem::path& file) {
     while (std::getline(stream, line)) {
         ++lines;
         if (line.size() < 2 || line.front() != '{' || line.back() != '}') {
-            throw std::runtime_error("Line " + std::to_string(lines) + " is no entry: " + line);
+            throw std::runtime_error("Line " + std::to_string(lines) + " is not an entry: " + line);
         }
     }
     return lines;

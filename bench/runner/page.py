@@ -52,7 +52,7 @@ def machine(effort):
 
 def pipeline_figures(samples, load):
     keys = ["call_mean", "call_p50", "call_p99", "call_p999", "done", "cpu"]
-    # A paced producer spins between its entries, so the last two would tell nothing.
+    # A paced producer spins between its entries, so the last two would show nothing.
     keys = keys if load.startswith("burst") else keys[:4]
     heads = ["", "mean", "p50", "p99", "p99.9", "until in the file", "processor time"]
     lines = []

@@ -22,7 +22,7 @@ SHAPES = {
     "doubles": "4,096 doubles",
 }
 WIDTHS = (100, 100_000)
-# Of each pair of bench_micro: the work, what stands beside it, and the highest ratio. A Map may cost
+# Of each pair of bench_micro: the work, what it is compared with, and the highest ratio. A Map may cost
 # a tenth more than in its first form, whose ratios are the second factors.
 PAIRS = {
     "sink/console": ("Append to ConsoleSink", "pretty FileSink", 2),

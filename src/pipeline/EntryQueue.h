@@ -18,7 +18,7 @@ namespace Korvel {
 ///
 /// Delivered entries are recycled because memory freed by the worker would return to the logging
 /// threads through the allocator's lock. Each push destroys the oldest one, and the thread reuses
-/// the freed memory for its next entry.
+/// the freed memory for its next entry. docs/design.md follows an entry through the queue.
 class EntryQueue {
 public:
     using Entries = std::deque<Message>;

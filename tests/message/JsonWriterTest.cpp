@@ -8,7 +8,7 @@
 
 using List = std::vector<Message>;
 
-TEST(JsonWriter, WorkedExamplesComeOutByteForByte) {
+TEST(JsonWriter, CompactAndPrettyFormsAndIndentsComeOutByteForByte) {
     const Message empty(std::map<std::string, Message>{});
     const Message map({{"a", 1},
                        {"b", List{true, Message()}},

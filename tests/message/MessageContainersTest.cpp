@@ -232,7 +232,7 @@ TEST(MessageContainers, ChangesShowInEveryReading) {
 }
 
 TEST(MessageContainers, KeysOfEveryKindStandInTheirOrder) {
-    // Alone and together they have all lengths around the longest key that stands in an array.
+    // Alone and combined they have all lengths around that of the longest short key.
     const std::string parts[] = {"",     "a",        "B",    "ab",       "fourteen chars",
                                  "\x1F", "\xC3\xA9", "\x7F", "12345678", "\""};
     constexpr auto COUNT = std::size(parts);

@@ -3,13 +3,13 @@
 #include <sstream>
 
 TEST(ConsoleSink, ListedKeysComeFirstAndAllOthersInMapOrder) {
-    const Message worked({{"count", 3},
-                          {"details", {{"ok", true}, {"path", "C:\\temp"}}},
-                          {"message", "DiskCheck"},
-                          {"timestamp", "2026-11-18T21:16:42.123Z"},
-                          {"MessageDescription", "Disk check finished"}});
+    const Message described({{"count", 3},
+                             {"details", {{"ok", true}, {"path", "C:\\temp"}}},
+                             {"message", "DiskCheck"},
+                             {"timestamp", "2026-11-18T21:16:42.123Z"},
+                             {"MessageDescription", "Disk check finished"}});
     std::ostringstream stream;
-    ConsoleSink(stream).append(worked);
+    ConsoleSink(stream).append(described);
     EXPECT_EQ(stream.str(),
               "\"timestamp\": \"2026-11-18T21:16:42.123Z\"\n\"MessageDescription\": \"Disk check "
               "finished\"\n\"count\": 3\n\"details\": {\n  \"ok\": true,\n  \"path\": "

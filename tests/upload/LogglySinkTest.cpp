@@ -8,7 +8,7 @@
 
 namespace fs = std::filesystem;
 
-/// The rotating sink on a directory of its own, and what stands in there.
+/// A directory for one sink, and what is in it.
 struct LogglySinkTest : testing::Test {
     /// The names, sorted.
     Entries names() const {
