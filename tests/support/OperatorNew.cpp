@@ -4,8 +4,8 @@
 #include <new>
 
 std::atomic<int> liveBlocks = 0;
-thread_local int freedBlocks = 0;
-thread_local bool isOutOfMemory = false;
+thread_local constinit int freedBlocks = 0;
+thread_local constinit bool isOutOfMemory = false;
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     void* const block = isOutOfMemory ? nullptr : std::malloc(size);

@@ -5,8 +5,9 @@
 // For programs that link OperatorNew.cpp, which replaces operator new. On Windows a program cannot
 // replace it for a DLL.
 
-/// How many blocks are allocated, and how many this thread has freed.
+/// How many blocks are allocated, and how many this thread has freed. constinit, because g++ 12
+/// reports its own access function of a thread_local as a null pointer under its sanitizer.
 extern std::atomic<int> liveBlocks;
-extern thread_local int freedBlocks;
+extern thread_local constinit int freedBlocks;
 /// Makes every allocation of this thread fail.
-extern thread_local bool isOutOfMemory;
+extern thread_local constinit bool isOutOfMemory;
