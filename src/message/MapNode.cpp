@@ -57,15 +57,6 @@ MapNode::~MapNode() {
     ::operator delete(overflow_);
 }
 
-void MapNode::prefetch() const noexcept {
-#ifdef __GNUC__
-    constexpr std::size_t LINE = 64;
-    constexpr std::size_t USUAL_SIZE = sizeof(MapNode) + (8 + SPARE_SLOTS) * sizeof(Slot);
-    const char* const begin = reinterpret_cast<const char*>(this);
-    for (std::size_t i = 0; i < USUAL_SIZE; i += LINE) __builtin_prefetch(begin + i);
-#endif
-}
-
 std::size_t MapNode::footprint(std::size_t limit) const noexcept {
     // What a std::map keeps beside an entry.
     constexpr std::size_t LINKS = 4 * sizeof(void*);

@@ -80,8 +80,6 @@ public:
     template <class CopyValue>
     void copyEntries(const MapNode& source, CopyValue copyValue);
 
-    void prefetch() const noexcept;
-
     /// About how many bytes the keys and values take, without what the values own. The count stops
     /// at `limit`.
     std::size_t footprint(std::size_t limit) const noexcept;

@@ -11,10 +11,6 @@ const Detail::Value& MessageAccess::requireResolved(const Message& message, Type
     return resolved.value_;
 }
 
-void MessageAccess::prefetch(const Message& message) noexcept {
-    if (type(message) == Type::Map) message.value_.plain.payload.map->prefetch();
-}
-
 std::size_t MessageAccess::footprint(const Message& message, std::size_t limit) noexcept {
     std::size_t size = 0;
     // Every level of recursion increases the size, so the limit also bounds the depth.

@@ -41,9 +41,6 @@ public:
         return Message(Message::TakeOver(), source);
     }
 
-    /// Prefetches the memory that the worker reads first into the cache.
-    static void prefetch(const Message& message) noexcept;
-
     /// The approximate number of bytes that `message` owns, which is also a measure of its
     /// destruction time. Counting stops at `limit`, so it is fast for every Message.
     static std::size_t footprint(const Message& message, std::size_t limit) noexcept;

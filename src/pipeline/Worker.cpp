@@ -1,7 +1,5 @@
 #include "pipeline/Worker.h"
 
-#include "message/MessageAccess.h"
-
 #include <cassert>
 #include <cstddef>
 
@@ -64,8 +62,6 @@ void Worker::deliverBatch() {
     auto group = batch_.begin();
     for (auto entry = group; entry != batch_.end();) {
         Message& current = *entry++;
-        // The logging thread may have written it on another processor.
-        if (entry != batch_.end()) MessageAccess::prefetch(*entry);
         sinks_.append(current);
         if (!EntryQueue::isRecyclable(current)) current = Message();
         if (entry == batch_.end() || entry - group == MAX_GROUP) {
