@@ -75,24 +75,28 @@ struct JsonWriter::Elements {
     static constexpr char CLOSING = ']';
 
     explicit Elements(const Level& level)
-        : elements(level.container->getVector()), position(level.position) {}
-    bool atBegin() const { return position == 0; }
-    bool atEnd() const { return position == elements.size(); }
+        : begin(level.container->getVector().data()),
+          end(begin + level.container->getVector().size()),
+          child(begin + level.position) {}
+    bool atBegin() const { return child == begin; }
+    bool atEnd() const { return child == end; }
     static std::size_t roomForKey() { return 0; }
     static char* putKey(char* out, bool) { return out; }
-    const Message& next() { return elements[position++]; }
-    void store(Level& level) const { level.position = position; }
+    const Message& next() { return *child++; }
+    void store(Level& level) const { level.position = static_cast<std::size_t>(child - begin); }
 
-    const std::vector<Message>& elements;
-    std::size_t position;
+    const Message* begin;
+    const Message* end;
+    const Message* child;
 };
 
 struct JsonWriter::Slots {
     static constexpr char CLOSING = '}';
 
-    Slots(const Level& level, const MapNode& node) : map(node), position(level.position) {}
+    Slots(const Level& level, const MapNode& node)
+        : map(node), size(node.size()), position(level.position) {}
     bool atBegin() const { return position == 0; }
-    bool atEnd() const { return position == map.size(); }
+    bool atEnd() const { return position == size; }
     static std::size_t roomForKey() { return 0; }
     char* putKey(char* out, bool pretty) const {
         *out = '"';
@@ -102,6 +106,7 @@ struct JsonWriter::Slots {
     void store(Level& level) const { level.position = position; }
 
     const MapNode& map;
+    std::size_t size;
     std::size_t position;
 };
 
