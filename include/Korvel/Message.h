@@ -149,20 +149,15 @@ public:
     std::wstring getWstring() const;
     /// The text as UTF-8, as a new string on every call.
     std::string getString() const;
-    /// The containers, valid while this Message holds them.
-    ///
-    /// The first call of getMap builds the `std::map`, with one entry per value of the Map. Later
-    /// insertions and changes appear in it, too. It costs far more than at, hasKey and forEach,
-    /// which do not need it. operator[] and at return the same address for a value, which may have
-    /// another one in the `std::map`.
+    /// The containers, valid while this Message holds them. The first call of getMap builds the
+    /// `std::map`, and later insertions and changes appear in it. It costs far more than at, hasKey
+    /// and forEach, and a value may have another address in it than operator[] and at return.
     const std::map<std::wstring, Message>& getMap() const;
     const std::vector<Message>& getVector() const;
 
     /// Returns the value at `key` of a Map, inserted as Null if it is absent; a Null becomes an
     /// empty Map first. Throws WrongTypeException on any other type. The reference is valid as long
-    /// as the Map exists.
-    ///
-    /// Literals and views, here and below, need no temporary string.
+    /// as the Map exists. Literals and views need no temporary string, here and below.
     Message& operator[](const std::string& key) { return element(std::string_view(key)); }
     Message& operator[](const std::wstring& key) { return element(std::wstring_view(key)); }
     template <class T, std::enable_if_t<Detail::isKey<T, char>, int> = 0>
