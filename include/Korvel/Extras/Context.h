@@ -1,0 +1,5 @@
+#pragma once
+
+#include <Korvel/Extras/Export.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

@@ -1,0 +1,3 @@
+#include <Korvel/Extras/BoundedLogger.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

@@ -1,0 +1,3 @@
+#include <Korvel/Extras/Context.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

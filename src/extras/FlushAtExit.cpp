@@ -1,0 +1,3 @@
+#include <Korvel/Extras/FlushAtExit.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

@@ -1,0 +1,3 @@
+#include <Korvel/Extras/GuardedSink.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

@@ -1,0 +1,3 @@
+#include <Korvel/Extras/LineConsoleSink.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

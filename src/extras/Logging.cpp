@@ -1,0 +1,3 @@
+#include <Korvel/Extras/Logging.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

@@ -1,0 +1,3 @@
+#include <Korvel/Extras/MemorySink.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

@@ -1,0 +1,3 @@
+#include <Korvel/Extras/Monitor.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

@@ -1,0 +1,3 @@
+#include <Korvel/Extras/ReopeningFileSink.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

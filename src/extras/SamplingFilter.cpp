@@ -1,0 +1,3 @@
+#include <Korvel/Extras/SamplingFilter.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

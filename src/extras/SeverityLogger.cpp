@@ -1,0 +1,3 @@
+#include <Korvel/Extras/SeverityLogger.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

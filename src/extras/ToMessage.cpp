@@ -1,0 +1,3 @@
+#include <Korvel/Extras/ToMessage.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

@@ -1,0 +1,3 @@
+#include <Korvel/Extras/WellFormedSink.h>
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

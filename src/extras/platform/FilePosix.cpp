@@ -1,0 +1,3 @@
+#include "extras/platform/File.h"
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

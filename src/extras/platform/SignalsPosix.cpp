@@ -1,0 +1,3 @@
+#include "extras/platform/Signals.h"
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

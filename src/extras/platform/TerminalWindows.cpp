@@ -1,0 +1,3 @@
+#include "extras/platform/Terminal.h"
+
+namespace Korvel::Extras {}  // namespace Korvel::Extras

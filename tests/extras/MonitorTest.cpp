@@ -1,0 +1,5 @@
+#include "support/Test.h"
+
+#include <Korvel/Extras/Monitor.h>
+
+using namespace Korvel::Extras;

@@ -1,0 +1,5 @@
+#include "support/Test.h"
+
+#include <Korvel/Extras/WellFormedSink.h>
+
+using namespace Korvel::Extras;
