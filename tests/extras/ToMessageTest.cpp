@@ -51,7 +51,7 @@ struct CountDown {
         int* left;
     };
     Iterator begin() { return {&left}; }
-    End end() { return {}; }
+    static End end() { return {}; }
     int left;
 };
 

@@ -89,18 +89,27 @@ inline constexpr bool isCharacter =
 #endif
     std::is_same_v<T, char32_t>;
 
+template <class T, bool = std::is_integral_v<T>>
+inline constexpr bool isNumber = std::is_floating_point_v<T>;
 /// Not the 128-bit integers of some compilers.
 template <class T>
-inline constexpr bool isNumber = std::is_floating_point_v<T> ||
-                                 (std::is_integral_v<T> && sizeof(T) <= sizeof(std::int64_t));
+inline constexpr bool isNumber<T, true> = sizeof(T) <= sizeof(std::int64_t);
 
 template <class T, class Text>
 inline constexpr bool becomes = std::is_convertible_v<const T&, Text>;
 
-/// What a text converts to, best without a copy.
+template <class T>
+inline constexpr bool isNarrow = becomes<T, std::string> || becomes<T, std::string_view>;
+template <class T>
+inline constexpr bool isWide = becomes<T, std::wstring> || becomes<T, std::wstring_view>;
+
+/// What a text converts to, best without a copy. A type that converts to narrow and to wide text is
+/// none: it can be one that converts to anything, and fails at run time.
 template <class T>
 constexpr auto textOf() {
-    if constexpr (becomes<T, std::string_view>) {
+    if constexpr (isNarrow<T> && isWide<T>) {
+        return Tag<void>();
+    } else if constexpr (becomes<T, std::string_view>) {
         return Tag<std::string_view>();
     } else if constexpr (becomes<T, std::wstring_view>) {
         return Tag<std::wstring_view>();

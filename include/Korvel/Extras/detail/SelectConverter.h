@@ -44,9 +44,7 @@ constexpr auto getScalarConverter() {
 
 template <class T>
 constexpr auto getConverter() {
-    if constexpr (std::is_function_v<T>) {
-        return FromUnknown();
-    } else if constexpr (Lookup::isOwn<T>) {
+    if constexpr (Lookup::isOwn<T>) {
         return FromOwn();
     } else if constexpr (isNull<T>) {
         return FromNull();
