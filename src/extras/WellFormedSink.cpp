@@ -20,8 +20,7 @@ constexpr unsigned MAX_CALLS = 16;
 
 constexpr std::uint64_t NOT_ASCII = 0x8080808080808080;
 /// The bits that a code unit below 0x800 does not have, in each unit of a word.
-constexpr std::uint64_t NOT_SHORT =
-    sizeof(wchar_t) == 2 ? 0xF800F800F800F800 : 0xFFFFF800FFFFF800;
+constexpr std::uint64_t NOT_SHORT = sizeof(wchar_t) == 2 ? 0xF800F800F800F800 : 0xFFFFF800FFFFF800;
 
 std::uint64_t wordAt(const void* units) noexcept {
     std::uint64_t word;

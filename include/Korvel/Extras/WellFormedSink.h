@@ -34,10 +34,10 @@ struct WellFormedSinkState {
 
 /// A Sink that forwards every entry to another Sink in a form that any JSON reader accepts.
 ///
-/// In values and keys at any depth, each lone surrogate and each element of wide text above U+10FFFF
-/// becomes U+FFFD. An infinity or a NaN becomes Null: as a text it would change the type of a field.
-/// The line that FileSink then writes is RFC 8259 JSON in well-formed UTF-8, and rendering does not
-/// throw "bad conversion".
+/// In values and keys at any depth, each lone surrogate and each element of wide text above
+/// U+10FFFF becomes U+FFFD. An infinity or a NaN becomes Null: as a text it would change the type
+/// of a field. The line that FileSink then writes is RFC 8259 JSON in well-formed UTF-8, and
+/// rendering does not throw "bad conversion".
 ///
 /// Two keys of a Map can become the same key. Then both values stay: a key that had to be repaired
 /// gets `_1`, `_2` and so on at its end, in the order of the original keys. A key that was correct
