@@ -13,10 +13,12 @@
 #include <unistd.h>
 
 static int syncs = 0;
+static int syncResult = 0;
 
 // Replaces that of the system, for the library, too.
 extern "C" __attribute__((visibility("default"))) int fsync(int) {
-    return ++syncs == 0 ? -1 : 0;
+    ++syncs;
+    return syncResult;
 }
 #endif
 
@@ -130,10 +132,12 @@ TEST_F(ReopeningFileSinkTest, RotatesBeforeAnEntryThatWouldExceedTheBound) {
             {"log", "4\n5\n"}, {"log.1", "123456789\n"}, {"log.2", "3\n"}, {"log.3", "1\n2\n"}}));
     fs::remove(numbered(1));
     append(sink, {6});
-    EXPECT_EQ(readFile(numbered(3)), "1\n2\n");
     fs::resize_file(file, 0);
-    append(sink, {7, 8});
-    EXPECT_EQ(readFile(file), "7\n8\n");
+    append(sink, {987654321});
+    EXPECT_EQ(
+        files(),
+        (Files{
+            {"log", "987654321\n"}, {"log.1", "4\n5\n"}, {"log.2", "3\n"}, {"log.3", "1\n2\n"}}));
     EXPECT_EQ(failures, Entries());
 }
 
@@ -144,15 +148,14 @@ TEST_F(ReopeningFileSinkTest, GoesOnInTheSameFileWhileARenameFails) {
     fs::create_directories(numbered(2) / "occupied");
     ReopeningFileSink sink(file, options);
     append(sink, {1, 2});
-    now += 999ms;
-    append(sink, {3});
-    EXPECT_EQ(failures, Entries{"rotate"});
-    now += 1ms;
-    append(sink, {4});
-    EXPECT_EQ(failures, (Entries{"rotate", "rotate"}));
-    EXPECT_EQ(files(), (Files{{"log", "1\n2\n3\n4\n"}, {"log.1", "older\n"}}));
-    fs::remove_all(numbered(2));
     now += 1s;
+    append(sink, {3});
+    EXPECT_EQ(failures, (Entries{"rotate", "rotate"}));
+    fs::remove_all(numbered(2));
+    now += 999ms;
+    append(sink, {4});
+    EXPECT_EQ(files(), (Files{{"log", "1\n2\n3\n4\n"}, {"log.1", "older\n"}}));
+    now += 1ms;
     append(sink, {5});
     EXPECT_EQ(files(), (Files{{"log", "5\n"}, {"log.1", "1\n2\n3\n4\n"}, {"log.2", "older\n"}}));
 }
@@ -191,22 +194,26 @@ TEST_F(ReopeningFileSinkTest, GoesOnAfterAFullDiskAndSaysHowManyEntriesAreMissin
     {
         const FileSizeLimit full(4);
         append(sink, {23456, 3});
+        fs::rename(file, numbered(1));
+        fs::create_directory(file);  // The old file is the only one that it can go on with.
         now += 1s;
         append(sink, {4});
     }
     now += 999ms;
     append(sink, {5});
-    EXPECT_EQ(readFile(file), "1\n23");
+    EXPECT_EQ(readFile(numbered(1)), "1\n23");
     EXPECT_TRUE(sink.status().isDropping);
     EXPECT_EQ(sink.status().lastError, std::errc::file_too_large);
-    EXPECT_EQ(failures, (Entries{"write", "write"}));
+    EXPECT_EQ(failures, (Entries{"write", "open"}));
     now += 1ms;
     append(sink, {6, 7});
     const std::string notice = R"({"dropped":4,"message":"EntriesDropped","severity":"warning"})";
-    EXPECT_EQ(readFile(file), "1\n23\n" + notice + "\n6\n7\n");
+    EXPECT_EQ(readFile(numbered(1)), "1\n23\n" + notice + "\n6\n7\n");
     EXPECT_FALSE(sink.status().isDropping);
     EXPECT_EQ(sink.status().dropped, 4U);
 
+    fs::remove(file);
+    now += 1s;
     const FileSizeLimit full(100);
     sink.append(std::string(100, 'x'));
     fs::remove(file);  // To make room.
@@ -254,8 +261,14 @@ TEST_F(ReopeningFileSinkTest, SyncsEveryFewEntriesOrAfterATimeAndInFlush) {
         sink.flush();
         append(sink, {9});
         sink.reopen();
-        sink.flush();
+        append(sink, {10});
         EXPECT_EQ(syncs, expected) << entries;
     }
+    options.syncEntries = 1;
+    syncResult = -1;
+    ReopeningFileSink sink(file, options);
+    append(sink, {1, 2});
+    EXPECT_EQ(failures, Entries{"sync"});
+    syncResult = 0;
 }
 #endif
