@@ -22,8 +22,8 @@ using LineText::ColourSequences;
 constexpr std::size_t LONGEST_SEVERITY = 8;
 constexpr std::string_view KEY_COLOUR = "\x1b[36m";
 constexpr std::string_view NO_COLOUR = "\x1b[0m";
-constexpr std::array<std::string_view, 6> SEVERITY_COLOURS = {
-    "\x1b[90m", "\x1b[34m", "\x1b[32m", "\x1b[33m", "\x1b[31m", "\x1b[1;31m"};
+constexpr std::array<std::string_view, 6> SEVERITY_COLOURS = {"\x1b[90m", "\x1b[34m", "\x1b[32m",
+                                                              "\x1b[33m", "\x1b[31m", "\x1b[1;31m"};
 
 std::string_view environment(const char* name) {
     const char* const value = std::getenv(name);
@@ -144,9 +144,15 @@ private:
         const std::optional<Moment> moment = readTimestamp(timestamp);
         if (!moment) return false;
         switch (time_) {
-        case LineTime::Local: text_ += localTime(*moment); break;
-        case LineTime::Utc: text_ += timeOfDay(moment->utc, moment->decimals) + "Z"; break;
-        case LineTime::Full: text_.append(timestamp.begin(), timestamp.end()); break;
+        case LineTime::Local:
+            text_ += localTime(*moment);
+            break;
+        case LineTime::Utc:
+            text_ += timeOfDay(moment->utc, moment->decimals) + "Z";
+            break;
+        case LineTime::Full:
+            text_.append(timestamp.begin(), timestamp.end());
+            break;
         }
         return true;
     }

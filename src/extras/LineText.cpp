@@ -56,12 +56,23 @@ void appendUtf8(std::string& line, char32_t c) {
 /// The escapes are those of JSON, so JSON text can be made from them, too.
 void appendEscape(std::string& line, char32_t c) {
     switch (c) {
-    case '\n': line += "\\n"; return;
-    case '\r': line += "\\r"; return;
-    case '\t': line += "\\t"; return;
-    case '"': line += "\\\""; return;
-    case '\\': line += "\\\\"; return;
-    default: break;
+    case '\n':
+        line += "\\n";
+        return;
+    case '\r':
+        line += "\\r";
+        return;
+    case '\t':
+        line += "\\t";
+        return;
+    case '"':
+        line += "\\\"";
+        return;
+    case '\\':
+        line += "\\\\";
+        return;
+    default:
+        break;
     }
     if (c > LAST_CODE_POINT) c = REPLACEMENT;
     line += "\\u";
@@ -80,8 +91,7 @@ bool appendEscaped(std::string& line, std::wstring_view text, ColourSequences se
     bool needsQuotes = text.empty();
     bool hasSequence = false;
     while (!text.empty()) {
-        const std::size_t passed =
-            sequences == ColourSequences::Pass ? colourSequence(text) : 0;
+        const std::size_t passed = sequences == ColourSequences::Pass ? colourSequence(text) : 0;
         if (passed > 0) {
             for (const wchar_t c : text.substr(0, passed)) line += static_cast<char>(c);
             text.remove_prefix(passed);

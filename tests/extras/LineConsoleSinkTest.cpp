@@ -29,8 +29,8 @@ TEST(LineConsoleSink, ShowsEveryMessageAsOneLine) {
     const std::vector<Message> list = {1, 2.5, {}, true, "a\tb", std::vector<Message>()};
     Message deep = 1;
     for (int i = 0; i < 100000; ++i) {
-        Message outer{std::vector<Message>()};
-        outer.push_back(std::move(deep));
+        Message outer(std::vector<Message>(1));
+        outer[0] = std::move(deep);
         deep = std::move(outer);
     }
     const std::string deepLine = "\"" + std::string(64, '[') + R"(\"...\")" + std::string(64, ']');
@@ -48,7 +48,9 @@ TEST(LineConsoleSink, ShowsEveryMessageAsOneLine) {
          R"(M path="C:\\temp" text="a\n\r\t\u001b[31m\u007f")"},
         {{{"list", list}, {"map", {{"k\x1b", L"\x85"}}}, {"message", "M"}},
          R"(M list="[1,2.5,null,true,\"a\\tb\",[]]" map="{\"k\\u001b\":\"\\u0085\"}")"},
-        {{{L"broken", L"\xD800x\xDC00"}, {L"message", L"\xD83D"}, {L"smile", L"\xD83D\xDE00\x20AC"}},
+        {{{L"broken", L"\xD800x\xDC00"},
+          {L"message", L"\xD83D"},
+          {L"smile", L"\xD83D\xDE00\x20AC"}},
          "\"\\ud83d\" broken=\"\\ud800x\\udc00\" smile=\xF0\x9F\x98\x80\xE2\x82\xAC"},
         {{{"a", {}}, {"b", false}, {"inf", -INFINITE}, {"message", 5}, {"severity", "loud"}},
          "a=null b=false inf=-inf message=5 severity=loud"},
@@ -68,8 +70,8 @@ TEST(LineConsoleSink, ShowsEveryMessageAsOneLine) {
 TEST(LineConsoleSink, TakesOnlyRealTimesAsTimeOfTheLine) {
     LineConsoleSinkOptions full;
     full.time = LineTime::Full;
-    for (const char* const time : {"2024-02-29T23:59:59Z", "0000-01-01T00:00:00.1Z",
-                                   "9999-12-31T00:00:00.123456789Z"}) {
+    for (const char* const time :
+         {"2024-02-29T23:59:59Z", "0000-01-01T00:00:00.1Z", "9999-12-31T00:00:00.123456789Z"}) {
         const Message entry = {{"message", "M"}, {"timestamp", time}};
         EXPECT_EQ(lineOf(entry, full), std::string(time) + " M\n");
     }
@@ -89,9 +91,10 @@ static bool isControl(wchar_t c) {
     return c < 0x20 || (c >= 0x7F && c <= 0x9F) || others.find(c) != std::wstring::npos;
 }
 
-/// Each code unit as type, key, value and nested. What the line shows is read back by a parser.
+/// Code units as type, key, value and nested: all up to the last control, and a sample of the rest.
+/// What the line shows is read back by a parser.
 TEST(LineConsoleSink, NoTextArrivesAsAControl) {
-    for (unsigned unit = 0; unit < 0x10000; ++unit) {
+    for (unsigned unit = 0; unit < 0x10000; unit += unit < 0x2100 ? 1 : 97) {
         if (unit >= 0xD800 && unit < 0xE000) continue;
         const std::wstring text = {L'\\', static_cast<wchar_t>(unit), L'"'};
         std::string line = lineOf({{L"message", text}, {text, text}, {L"~", {{text, text}}}});
@@ -105,13 +108,14 @@ TEST(LineConsoleSink, NoTextArrivesAsAControl) {
         stream.ignore() >> parts[2];
         stream.ignore(3) >> parts[3];
         const std::string narrow = Message::wstrToStr(text);
-        const nlohmann::json nested = {{narrow, narrow}};
-        ASSERT_EQ(parts, (std::vector<nlohmann::json>{narrow, narrow, narrow, nested.dump()}));
+        parts[3] = nlohmann::json::parse(parts[3].get<std::string>());
+        ASSERT_EQ(parts, (std::vector<nlohmann::json>{narrow, narrow, narrow, {{narrow, narrow}}}));
     }
 }
 
 TEST(LineConsoleSink, ColoursSeverityAndKeysAndPassesSequencesIfAsked) {
-    const Message entry = {{"a", "\x1b[1;32mgreen\x1b[2J"}, {"message", "M"}, {"severity", "error"}};
+    const Message entry = {
+        {"a", "\x1b[1;32mgreen\x1b[2J"}, {"message", "M"}, {"severity", "error"}};
     LineConsoleSinkOptions options;
     options.colours = Colours::Always;
     EXPECT_EQ(lineOf(entry, options),
@@ -199,14 +203,14 @@ static std::string shownBy(int writer, int reader,
     const Redirection redirection(STDERR_FILENO, writer);
     LineConsoleSinkOptions options;
     options.destination = StandardStream::Error;
-    LineConsoleSink(options).append({{"message", "M"}, {"severity", "info"}, {"\x1b", "\x9b"}});
+    LineConsoleSink(options).append(
+        {{L"message", L"M"}, {L"severity", L"info"}, {L"\x1b", L"\x9b"}});
     return readOnce(reader);
 }
 
 TEST(LineConsoleSink, ColoursOnlyATerminalUnlessTheEnvironmentDecides) {
     const std::string plain = "info     M \"\\u001b\"=\"\\u009b\"";
-    const std::string coloured =
-        "\x1b[32minfo\x1b[0m     M \x1b[36m\"\\u001b\"\x1b[0m=\"\\u009b\"";
+    const std::string coloured = "\x1b[32minfo\x1b[0m     M \x1b[36m\"\\u001b\"\x1b[0m=\"\\u009b\"";
     const Terminal terminal;
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
@@ -268,7 +272,7 @@ TEST(LineConsoleSink, LocalTimeShowsItsOffset) {
         {"UTC0", "21:16:42.123+00:00 M\n"},
         {"IST-5:30", "02:46:42.123+05:30 M\n"},
         {"NST3:30", "17:46:42.123-03:30 M\n"},
-        {"X-1Y-2,J1/0,J365/23", "23:16:42.123+02:00 M\n"},
+        {"XXX-1YYY-2,J1/0,J365/23", "23:16:42.123+02:00 M\n"},
     };
     for (const auto& [zone, line] : cases) {
         const Environment environment("TZ", zone);

@@ -26,8 +26,8 @@ public:
     ConsoleMode(HANDLE console, DWORD before) noexcept
         : console_(console),
           before_(before),
-          acceptsSequences_(SetConsoleMode(console, before | ENABLE_PROCESSED_OUTPUT |
-                                                        ACCEPT_SEQUENCES) != 0) {}
+          acceptsSequences_(
+              SetConsoleMode(console, before | ENABLE_PROCESSED_OUTPUT | ACCEPT_SEQUENCES) != 0) {}
     ConsoleMode(const ConsoleMode&) = delete;
     ConsoleMode& operator=(const ConsoleMode&) = delete;
     ~ConsoleMode() { SetConsoleMode(console_, before_); }
