@@ -158,7 +158,9 @@ void BoundedLogger::State::note() {
 BoundedLogger::BoundedLogger(std::shared_ptr<Monitor> monitor, BoundedLoggerOptions options) {
     if (monitor == nullptr) throw std::invalid_argument("BoundedLogger needs a monitor");
     if (options.ceiling < 2) throw std::invalid_argument("BoundedLogger needs two places");
-    state_ = std::make_unique<State>(monitor->state_, options);
+    MonitorState* const state = monitor->state_.get();
+    state_ =
+        std::make_unique<State>(std::shared_ptr<MonitorState>(std::move(monitor), state), options);
 }
 
 BoundedLogger::~BoundedLogger() = default;

@@ -9,7 +9,7 @@
 namespace Korvel::Extras {
 
 Monitor::Monitor(std::shared_ptr<SinkHandler> handler, MonitorOptions options)
-    : state_(std::make_shared<MonitorState>(std::move(handler), std::move(options))) {}
+    : state_(std::make_unique<MonitorState>(std::move(handler), std::move(options))) {}
 
 Monitor::~Monitor() = default;
 

@@ -85,10 +85,10 @@ KORVEL_EXTRAS_API Message toMessage(const MonitorSnapshot& snapshot);
 /// A sink that throws ends the worker of the handler. The watcher, a thread of the monitor, notices
 /// that entries wait and none is delivered, and flushes the handler to find out: a flush that
 /// reaches no sink means that there is no worker. It then starts a new one, if the options ask for
-/// it. A worker that nobody ever started is not restarted, and neither is one without waiting
-/// entries, such as one that was stopped. After a restart, also one by the application, the watcher
-/// finds out how many entries were lost. Under a load that never pauses it may find a few of them
-/// only later.
+/// it. It does not start a handler that it has never seen with a worker: start the handler before
+/// you create the monitor. Nor does it if no entry waits, as in a handler that was stopped. After a
+/// restart, also one by the application, the watcher finds out how many entries were lost. Under a
+/// load that never pauses it may find a few of them only later.
 ///
 /// Stopping: with `restart`, the monitor is the owner of the handler, who alone may call
 /// startProcessing and stopProcessing. Call stopWatching, or destroy the monitor, before you stop
@@ -127,7 +127,7 @@ public:
 private:
     friend class BoundedLogger;
 
-    std::shared_ptr<MonitorState> state_;
+    std::unique_ptr<MonitorState> state_;
 };
 
 }  // namespace Korvel::Extras
