@@ -52,7 +52,7 @@ namespace Korvel::Extras {
 /// ms and us convert to a unit that does not change with the type of the argument.
 ///
 /// Exceptions: a Map of "type", the name of the dynamic type; "text", its `what()`, Null if it is
-/// no `std::exception` and no thrown text; "code", as of `std::error_code`, only for
+/// neither a `std::exception` nor a `const char*`; "code", as of `std::error_code`, only for
 /// `std::system_error`; and "nested", only with an exception that `std::throw_with_nested` has
 /// added, in the same form. At most 16 nested exceptions are shown; if there are more, the last one
 /// has "nestedOmitted", true. Names of types are those of the compiler. A null `exception_ptr` is a
