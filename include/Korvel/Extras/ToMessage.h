@@ -28,7 +28,7 @@ namespace Korvel::Extras {
 /// | `std::pair`, `std::tuple` | Vector |
 /// | a map with unique text keys | Map |
 /// | any other range: a container, a view, an array | Vector |
-/// | any other map: a Vector of pairs, each a Vector of the key and the value | Vector |
+/// | any other map, and a multimap | Vector of pairs, each a Vector of the key and the value |
 /// | `std::chrono::duration` | its count, in its own unit: 1500 for `1500ms` and for `1500us` |
 /// | `time_point` of `system_clock` | String in the form of createIso8601String |
 /// | an enumerator | its number |
