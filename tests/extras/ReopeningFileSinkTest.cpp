@@ -161,16 +161,16 @@ TEST_F(ReopeningFileSinkTest, GoesOnInTheSameFileWhileARenameFails) {
 }
 
 TEST_F(ReopeningFileSinkTest, ThreadsLoseAndDoubleNothingWhileTheFileIsReopenedAndRotated) {
-    options.maxBytes = 1000;
+    options.maxBytes = 500;
     options.keptFiles = 100;
     Entries expected;
     {
         ReopeningFileSink sink(file, options);
         std::vector<JoiningThread> threads;
-        for (std::int64_t first = 10000; first < 12000; first += 500) {
-            for (int i = 0; i < 500; ++i) expected.push_back(std::to_string(first + i));
+        for (std::int64_t first = 10000; first < 11000; first += 250) {
+            for (int i = 0; i < 250; ++i) expected.push_back(std::to_string(first + i));
             threads.emplace_back([&sink, first] {
-                for (int i = 0; i < 500; ++i) {
+                for (int i = 0; i < 250; ++i) {
                     append(sink, {first + i});
                     sink.reopen();
                 }
