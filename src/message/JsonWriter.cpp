@@ -48,8 +48,11 @@ char* putQuoted(char* out, Text text) {
     return out + 1;
 }
 
+/// Branch-free.
 char* putColon(char* out, bool pretty) {
-    return put(out, pretty ? ": " : ":");
+    out[0] = ':';
+    out[1] = ' ';
+    return out + (pretty ? 2 : 1);
 }
 
 char* putShortText(char* out, const Value& value) {
