@@ -99,12 +99,13 @@ private:
     Slot* slot(std::size_t index) const noexcept {
         return index < capacity_ ? firstBlock() + index : overflow_ + (index - capacity_);
     }
-    const Message* findInSlots(const ShortKey& key) const noexcept;
-    const Message* findInMap(const std::wstring& key) const;
-    Message& elementInSlots(const ShortKey& key);
-    Message& elementInMap(const ShortKey& key);
-    Message& elementInMap(std::wstring key);
-    Message& insert(std::size_t position, const ShortKey& key);
+    const Message* findInSlots(ShortKey key) const noexcept;
+    template <class Key>
+    const Message* findInMap(Key key) const;
+    Message& elementInSlots(ShortKey key);
+    template <class Key>
+    Message& elementInMap(Key key);
+    Message& insert(std::size_t position, ShortKey key);
 
     /// Null until needed.
     mutable std::atomic<ShownMap*> shownMap_ = nullptr;
