@@ -67,7 +67,7 @@ void MapNode::destroy(MapNode* node) noexcept {
 
 MapNode::~MapNode() {
     delete map();
-    for (std::size_t i = 0; i < size_; ++i) slot(i)->~Slot();
+    forEachSlot([](Slot& slot) { slot.~Slot(); });
     ::operator delete(overflow_);
 }
 

@@ -5,6 +5,7 @@
 
 #include <Korvel/Message.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -70,7 +71,7 @@ public:
     /// Calls `action` with every value that this node owns.
     template <class Action>
     void forEachOwned(Action action) {
-        for (std::size_t i = 0; i < size_; ++i) action(slot(i)->value);
+        forEachSlot([&action](Slot& slot) { action(slot.value); });
         if (isIndexedBySlots_) return;
         for (auto& entry : *map()) action(entry.second);
     }
@@ -98,6 +99,11 @@ private:
     }
     Slot* slot(std::size_t index) const noexcept {
         return index < capacity_ ? firstBlock() + index : overflow_ + (index - capacity_);
+    }
+    template <class Action>
+    void forEachSlot(Action action) {
+        std::for_each_n(firstBlock(), std::min(size_, capacity_), action);
+        if (size_ > capacity_) std::for_each_n(overflow_, size_ - capacity_, action);
     }
     const Message* findInSlots(ShortKey key) const noexcept;
     template <class Key>
