@@ -76,10 +76,10 @@ public:
         for (auto& entry : *map()) action(entry.second);
     }
 
-    /// Adds an entry for each entry of `source`, for which this node was created, and calls
-    /// `copyValue(value, copy)` with each value and its new Null.
-    template <class CopyValue>
-    void copyEntries(const MapNode& source, CopyValue copyValue);
+    /// Adds an entry for each entry of `source`, for which this node was created. Calls
+    /// `copyTree(value, copy)` with each value that is not self-contained and its new Null.
+    template <class CopyTree>
+    void copyEntries(const MapNode& source, CopyTree copyTree);
 
     /// About how many bytes the keys and values take, without what the values own. The count stops
     /// at `limit`.
@@ -128,8 +128,12 @@ private:
     mutable std::atomic_flag mapInWork_;
 };
 
-template <class CopyValue>
-void MapNode::copyEntries(const MapNode& source, CopyValue copyValue) {
+template <class CopyTree>
+void MapNode::copyEntries(const MapNode& source, CopyTree copyTree) {
+    const auto copyValue = [&copyTree](const Message& from, Message& to) {
+        if (!MessageAccess::value(from).isSelfContained()) return copyTree(from, to);
+        MessageAccess::value(to) = MessageAccess::value(from);
+    };
     if (source.isIndexedBySlots_) {
         for (std::size_t i = 0; i < source.size_; ++i) {
             const Slot& from = source.slotAt(i);
