@@ -48,8 +48,11 @@ char* putQuoted(char* out, Text text) {
     return out + 1;
 }
 
+/// Branch-free.
 char* putColon(char* out, bool pretty) {
-    return put(out, pretty ? ": " : ":");
+    out[0] = ':';
+    out[1] = ' ';
+    return out + (pretty ? 2 : 1);
 }
 
 char* putShortText(char* out, const Value& value) {
@@ -74,10 +77,8 @@ bool isContainer(const Message& message) {
 struct JsonWriter::Elements {
     static constexpr char CLOSING = ']';
 
-    explicit Elements(const Level& level)
-        : begin(level.container->getVector().data()),
-          end(begin + level.container->getVector().size()),
-          child(begin + level.position) {}
+    Elements(const Level& level, const std::vector<Message>& elements)
+        : begin(elements.data()), end(begin + elements.size()), child(begin + level.position) {}
     bool atBegin() const { return child == begin; }
     bool atEnd() const { return child == end; }
     static std::size_t roomForKey() { return 0; }
@@ -146,8 +147,11 @@ void JsonWriter::write(const Message& message) {
 
 void JsonWriter::writeInnermost() {
     const Level& level = innermost();
-    if (level.container->isVector()) return writeChildren(Elements(level));
-    const MapNode& map = *MessageAccess::value(*level.container).plain.payload.map;
+    const Value& value = MessageAccess::value(*level.container);
+    if (value.type() == Type::Vector) {
+        return writeChildren(Elements(level, value.plain.payload.vector->elements));
+    }
+    const MapNode& map = *value.plain.payload.map;
     if (map.isIndexedBySlots()) return writeChildren(Slots(level, map));
     writeChildren(Entries(level, map));
 }

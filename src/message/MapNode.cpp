@@ -25,8 +25,22 @@ private:
     std::atomic_flag& flag_;
 };
 
+// The keys of a std::map.
+
+std::wstring wide(ShortKey key) {
+    return key.wide();
+}
+
+std::wstring wide(std::string_view key) {
+    return Utf::decode(key);
+}
+
+std::wstring wide(std::wstring_view key) {
+    return Utf::splitSupplementary(key);
+}
+
 void addAlias(MapNode::ShownMap& map, MapNode::Slot& slot) {
-    Message& alias = map.try_emplace(map.end(), slot.key.wide())->second;
+    Message& alias = map.try_emplace(map.end(), wide(slot.key))->second;
     MessageAccess::value(alias).plain = {Detail::Type::Alias, {.target = &slot.value}};
 }
 
@@ -53,7 +67,7 @@ void MapNode::destroy(MapNode* node) noexcept {
 
 MapNode::~MapNode() {
     delete map();
-    for (std::size_t i = 0; i < size_; ++i) slot(i)->~Slot();
+    forEachSlot([](Slot& slot) { slot.~Slot(); });
     ::operator delete(overflow_);
 }
 
@@ -85,7 +99,7 @@ const Message* MapNode::find(std::string_view key) const {
     if (const auto shortKey = ShortKey::of(key)) {
         const Message* const value = findInSlots(*shortKey);
         if (value != nullptr || isIndexedBySlots_) return value;
-        return findInMap(shortKey->wide());
+        return findInMap(*shortKey);
     }
     if (isIndexedBySlots_ && Utf::isWellFormed(key)) return nullptr;
     return find(Utf::decode(key));
@@ -96,10 +110,10 @@ const Message* MapNode::find(std::wstring_view key) const {
         const Message* const value = findInSlots(*shortKey);
         if (value != nullptr) return value;
     }
-    return isIndexedBySlots_ ? nullptr : findInMap(Utf::splitSupplementary(key));
+    return isIndexedBySlots_ ? nullptr : findInMap(key);
 }
 
-const Message* MapNode::findInSlots(const ShortKey& key) const noexcept {
+const Message* MapNode::findInSlots(ShortKey key) const noexcept {
     for (std::size_t i = 0; i < size_; ++i) {
         const Slot* const candidate = slot(i);
         if (candidate->key == key) return &candidate->value;
@@ -107,22 +121,23 @@ const Message* MapNode::findInSlots(const ShortKey& key) const noexcept {
     return nullptr;
 }
 
-const Message* MapNode::findInMap(const std::wstring& key) const {
-    const auto entry = map()->find(key);
+template <class Key>
+const Message* MapNode::findInMap(Key key) const {
+    const auto entry = map()->find(wide(key));
     return entry == map()->end() ? nullptr : &MessageAccess::resolve(entry->second);
 }
 
 Message& MapNode::element(std::string_view key) {
     if (const auto shortKey = ShortKey::of(key)) return elementInSlots(*shortKey);
-    return elementInMap(Utf::decode(key));
+    return elementInMap(key);
 }
 
 Message& MapNode::element(std::wstring_view key) {
     if (const auto shortKey = ShortKey::of(key)) return elementInSlots(*shortKey);
-    return elementInMap(Utf::splitSupplementary(key));
+    return elementInMap(key);
 }
 
-Message& MapNode::elementInSlots(const ShortKey& key) {
+Message& MapNode::elementInSlots(ShortKey key) {
     // Search from the end, because keys often arrive in order.
     std::size_t position = size_;
     for (; position > 0; --position) {
@@ -135,20 +150,18 @@ Message& MapNode::elementInSlots(const ShortKey& key) {
 }
 
 /// Once a key does not fit into the slots, all new keys go into the shown map.
-Message& MapNode::elementInMap(const ShortKey& key) {
-    return elementInMap(key.wide());
-}
-
-Message& MapNode::elementInMap(std::wstring key) {
+template <class Key>
+Message& MapNode::elementInMap(Key key) {
+    std::wstring text = wide(key);
     shownMap();
     isIndexedBySlots_ = false;
     // Most keys are new, and emplace compares fewer keys than try_emplace for those.
-    const auto entry = map()->emplace(std::move(key), Message()).first;
+    const auto entry = map()->emplace(std::move(text), Message()).first;
     return MessageAccess::resolve(entry->second);
 }
 
 /// Creates a slot with a Null at `position` in key order.
-Message& MapNode::insert(std::size_t position, const ShortKey& key) {
+Message& MapNode::insert(std::size_t position, ShortKey key) {
     if (size_ == capacity_ && overflow_ == nullptr) {
         constexpr std::size_t SLOT_SIZE = sizeof(Slot);
         overflow_ = static_cast<Slot*>(::operator new((MAX_SLOTS - capacity_) * SLOT_SIZE));

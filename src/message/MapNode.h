@@ -5,6 +5,7 @@
 
 #include <Korvel/Message.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -70,15 +71,15 @@ public:
     /// Calls `action` with every value that this node owns.
     template <class Action>
     void forEachOwned(Action action) {
-        for (std::size_t i = 0; i < size_; ++i) action(slot(i)->value);
+        forEachSlot([&action](Slot& slot) { action(slot.value); });
         if (isIndexedBySlots_) return;
         for (auto& entry : *map()) action(entry.second);
     }
 
-    /// Adds an entry for each entry of `source`, for which this node was created, and calls
-    /// `copyValue(value, copy)` with each value and its new Null.
-    template <class CopyValue>
-    void copyEntries(const MapNode& source, CopyValue copyValue);
+    /// Adds an entry for each entry of `source`, for which this node was created. Calls
+    /// `copyTree(value, copy)` with each value that is not self-contained and its new Null.
+    template <class CopyTree>
+    void copyEntries(const MapNode& source, CopyTree copyTree);
 
     /// About how many bytes the keys and values take, without what the values own. The count stops
     /// at `limit`.
@@ -99,12 +100,18 @@ private:
     Slot* slot(std::size_t index) const noexcept {
         return index < capacity_ ? firstBlock() + index : overflow_ + (index - capacity_);
     }
-    const Message* findInSlots(const ShortKey& key) const noexcept;
-    const Message* findInMap(const std::wstring& key) const;
-    Message& elementInSlots(const ShortKey& key);
-    Message& elementInMap(const ShortKey& key);
-    Message& elementInMap(std::wstring key);
-    Message& insert(std::size_t position, const ShortKey& key);
+    template <class Action>
+    void forEachSlot(Action action) {
+        std::for_each_n(firstBlock(), std::min(size_, capacity_), action);
+        if (size_ > capacity_) std::for_each_n(overflow_, size_ - capacity_, action);
+    }
+    const Message* findInSlots(ShortKey key) const noexcept;
+    template <class Key>
+    const Message* findInMap(Key key) const;
+    Message& elementInSlots(ShortKey key);
+    template <class Key>
+    Message& elementInMap(Key key);
+    Message& insert(std::size_t position, ShortKey key);
 
     /// Null until needed.
     mutable std::atomic<ShownMap*> shownMap_ = nullptr;
@@ -121,8 +128,12 @@ private:
     mutable std::atomic_flag mapInWork_;
 };
 
-template <class CopyValue>
-void MapNode::copyEntries(const MapNode& source, CopyValue copyValue) {
+template <class CopyTree>
+void MapNode::copyEntries(const MapNode& source, CopyTree copyTree) {
+    const auto copyValue = [&copyTree](const Message& from, Message& to) {
+        if (!MessageAccess::value(from).isSelfContained()) return copyTree(from, to);
+        MessageAccess::value(to) = MessageAccess::value(from);
+    };
     if (source.isIndexedBySlots_) {
         for (std::size_t i = 0; i < source.size_; ++i) {
             const Slot& from = source.slotAt(i);

@@ -30,12 +30,12 @@ bool isAdopted(const std::map<std::wstring, Message>& entries) {
     const auto isShort = [](const auto& entry) {
         return ShortKey::of(std::wstring_view(entry.first)).has_value();
     };
-    const auto isSplit = [](const auto& entry) {
+    const auto isWhole = [](const auto& entry) {
         return !Utf::hasSupplementaryElement(entry.first);
     };
     const bool fits = entries.size() <= MapNode::MAX_SLOTS &&
                       std::all_of(entries.begin(), entries.end(), isShort);
-    return !fits && std::all_of(entries.begin(), entries.end(), isSplit);
+    return !fits && std::all_of(entries.begin(), entries.end(), isWhole);
 }
 
 }  // namespace

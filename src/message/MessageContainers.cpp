@@ -30,9 +30,9 @@ void check(std::string_view key) {
 void check(std::wstring_view) {}
 
 /// Returns the value at `key` of a Message that is not a direct Map: a Null becomes a Map only
-/// after the key has been inserted; an alias is resolved.
+/// after the key has been inserted; an alias is resolved. Out of line, because it is rarely needed.
 template <class View>
-Message& firstElement(Message& message, View key) {
+[[gnu::noinline]] Message& firstElement(Message& message, View key) {
     constexpr std::size_t USUAL_SIZE = 8;
     if (!message.isNull()) {
         check(key);

@@ -28,7 +28,8 @@ public:
     bool isTooDeep() const noexcept { return current_ > MAX_RECURSION; }
 
 private:
-    static unsigned& depth() noexcept {
+    /// Out of line, because the compiler would look the variable up for each access.
+    [[gnu::noinline]] static unsigned& depth() noexcept {
         thread_local unsigned current = 0;
         return current;
     }

@@ -24,9 +24,11 @@ public:
     ShortKey() noexcept = default;
 
     /// Returns the key for `text`, or nothing if it does not qualify. The text is read in
-    /// overlapping pieces, whose common characters have the same bits.
+    /// overlapping pieces, whose common characters have the same bits. Inlined, because the result
+    /// is too large for registers.
     template <class Unit>
-    static std::optional<ShortKey> of(std::basic_string_view<Unit> text) noexcept {
+    [[gnu::always_inline]] static std::optional<ShortKey> of(
+        std::basic_string_view<Unit> text) noexcept {
         const std::size_t size = text.size();
         if (size > CAPACITY) return std::nullopt;
         const Unit* const begin = text.data();

@@ -140,8 +140,10 @@ std::wstring decode(std::string_view text) {
 bool isWellFormed(std::string_view text) noexcept {
     std::size_t position = 0;
     while (position < text.size()) {
-        if (text.size() - position >= TextBlock::SIZE && TextBlock::isAscii(&text[position])) {
-            position += TextBlock::SIZE;
+        // The last block overlaps the one before it.
+        const std::size_t block = std::min(position, text.size() - TextBlock::SIZE);
+        if (text.size() >= TextBlock::SIZE && TextBlock::isAscii(&text[block])) {
+            position = block + TextBlock::SIZE;
         } else if (byteAt(text, position) < 0x80) {
             ++position;
         } else {

@@ -19,12 +19,6 @@ char continuation(std::uint32_t codePoint, unsigned shift) {
     return asByte(0x80 | ((codePoint >> shift) & 0x3F));
 }
 
-char* encodeTwoBytes(char* bytes, std::uint32_t codePoint) {
-    bytes[0] = asByte(0xC0 | (codePoint >> 6));
-    bytes[1] = continuation(codePoint, 0);
-    return bytes + 2;
-}
-
 char* encodeThreeBytes(char* bytes, std::uint32_t codePoint) {
     bytes[0] = asByte(0xE0 | (codePoint >> 12));
     bytes[1] = continuation(codePoint, 6);
@@ -66,7 +60,7 @@ char* encodeShort(char* bytes, std::uint32_t unit) {
 /// exact size.
 inline char* encodeNext(char* bytes, std::wstring_view text, std::size_t& position) {
     const std::uint32_t unit = unitAt(text, position);
-    // encodeShort must not wrthe last unite past the last unit.
+    // encodeShort must not write past the last unit.
     if (unit < 0x800 && position != text.size() - 1) {
         ++position;
         return encodeShort(bytes, unit);
@@ -154,7 +148,7 @@ char* encodeCharacter(char* bytes, std::wstring_view text, std::size_t& position
         *bytes = asByte(unit);
         return bytes + 1;
     }
-    if (unit < 0x800) return encodeTwoBytes(bytes, unit);
+    if (unit < 0x800) return encodeShort(bytes, unit);
     if (unit <= LAST_OF_BMP) return encodeThreeBytes(bytes, unit);
     if (unit > LAST_CODE_POINT) fail();
     return encodeFourBytes(bytes, unit);
