@@ -241,25 +241,28 @@ TEST(LineConsoleSink, EveryLineIsOneWrite) {
     close(ends[1]);
 }
 
-/// The system takes such lines in many parts, between which another thread could write.
-TEST(LineConsoleSink, LinesOfTwoThreadsArriveWholeThroughASmallNonBlockingPipe) {
+/// The system takes the long line in many parts, between which another thread could write.
+TEST(LineConsoleSink, LinesOfTwoThreadsArriveWholeThroughANonBlockingPipe) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     ASSERT_EQ(fcntl(ends[1], F_SETFL, O_NONBLOCK), 0);
-    const std::string lines[] = {std::string(1000000, 'x'), std::string(1000000, 'y')};
-    const std::size_t total = lines[0].size() + lines[1].size() + 2;
+    const std::string line(1000000, 'x');
+    const std::string expected = line + "\nshort\n";
     std::string received;
     {
-        const JoiningThread reader([&] {
-            while (received.size() < total) received += readOnce(ends[0]);
-        });
         const Redirection redirection(STDOUT_FILENO, ends[1]);
         LineConsoleSink sink;
-        const JoiningThread other([&] { sink.append(lines[1]); });
-        sink.append(lines[0]);
+        const JoiningThread first([&] { sink.append(line); });
+        received = readOnce(ends[0]);  // From here on the first thread waits for room.
+        Gate started;
+        const JoiningThread second([&] {
+            started.open();
+            sink.append("short");
+        });
+        started.wait();
+        while (received.size() < expected.size()) received += readOnce(ends[0]);
     }
-    const std::size_t first = received.front() == 'x' ? 0 : 1;
-    EXPECT_TRUE(received == lines[first] + "\n" + lines[1 - first] + "\n");
+    EXPECT_TRUE(received == expected);
     close(ends[0]);
     close(ends[1]);
 }
