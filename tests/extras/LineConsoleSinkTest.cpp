@@ -152,15 +152,6 @@ struct Redirection {
     const int before;
 };
 
-struct Environment {
-    Environment(std::string variable, const char* value) : name(std::move(variable)) {
-        setenv(name.c_str(), value, 1);
-    }
-    ~Environment() { unsetenv(name.c_str()); }
-
-    const std::string name;
-};
-
 /// Both ends of a pseudo-terminal.
 struct Terminal {
     Terminal() {
@@ -188,10 +179,7 @@ static std::string readOnce(int descriptor) {
 /// What a terminal or a pipe receives from an entry, with this environment.
 static std::string shownBy(int writer, int reader,
                            const std::vector<std::pair<const char*, const char*>>& variables) {
-    std::vector<std::unique_ptr<Environment>> environment;
-    for (const char* const name : {"NO_COLOR", "CLICOLOR_FORCE", "TERM"}) {
-        environment.push_back(std::make_unique<Environment>(name, ""));
-    }
+    for (const char* const name : {"NO_COLOR", "CLICOLOR_FORCE", "TERM"}) unsetenv(name);
     for (const auto& [name, value] : variables) setenv(name, value, 1);
     const Redirection redirection(STDERR_FILENO, writer);
     LineConsoleSinkOptions options;
@@ -276,10 +264,11 @@ TEST(LineConsoleSink, LocalTimeShowsItsOffset) {
         {"XXX-1YYY-2,J1/0,J365/23", "23:16:42.123+02:00 M\n"},
     };
     for (const auto& [zone, line] : cases) {
-        const Environment environment("TZ", zone);
+        setenv("TZ", zone, 1);
         tzset();
         EXPECT_EQ(lineOf(entry), line) << zone;
     }
+    unsetenv("TZ");
     tzset();
 }
 
