@@ -142,6 +142,7 @@ TEST(BoundedLogger, KeepsPlacesForErrorsAndOneForTheNote) {
 
 TEST(BoundedLogger, NotesRefusalsWhenRoomReturnsAndAtTheEnd) {
     Fixture fixture(watching(1ms));
+    const auto start = Clock::now();
     {
         BoundedLogger logger(fixture.monitor, ceilingOf(2));
         EXPECT_TRUE(logger.log("x", {}));
@@ -151,6 +152,13 @@ TEST(BoundedLogger, NotesRefusalsWhenRoomReturnsAndAtTheEnd) {
         while (fixture.monitor->snapshot().delivered < 2) std::this_thread::yield();
         EXPECT_EQ(fixture.delivered(), (Entries{"x", R"(1 {"info":1})"}));
         while (logger.log("x", {{"severity", "loud"}})) continue;
+        fixture.handler->flush();
+        EXPECT_TRUE(logger.log("later", {}));
+        fixture.monitor->stopWatching();
+        const Entries delivered = fixture.delivered();
+        if (Clock::now() - start < 1s) {
+            EXPECT_EQ(delivered.back(), "later");
+        }
     }
     EXPECT_EQ(fixture.delivered().back(), R"(1 {"none":1})");
     EXPECT_EQ(fixture.monitor->snapshot().refused, 2U);

@@ -50,6 +50,7 @@ void checkWhile(const std::atomic<bool>& isLoaded, const Monitor& monitor) {
         ASSERT_LE(before.delivered, now.delivered);
         ASSERT_LE(before.lost, now.lost);
         ASSERT_LE(now.waiting, now.highestWaiting);
+        ASSERT_LE(now.waiting, now.accepted);
         before = now;
     }
 }
@@ -133,7 +134,7 @@ TEST(Monitor, RestartsNeitherABusyWorkerNorOneThatNobodyStarted) {
 }
 
 TEST(Monitor, TellsTheAgeOfTheOldestWaitingEntry) {
-    constexpr int ENTRIES = 5000;
+    constexpr int ENTRIES = 30000;
     const auto handler = std::make_shared<SinkHandler>();
     HoldingSink first;
     HoldingSink middle;
