@@ -84,7 +84,7 @@ TEST(BoundedLogger, BlockedSinkNeverMakesFourThreadsExceedTheCeiling) {
     constexpr int CEILING = 1000;
     Fixture fixture;
     BoundedLogger logger(fixture.monitor, ceilingOf(CEILING));
-    const int blocksBefore = liveBlocks;
+    [[maybe_unused]] const int blocksBefore = liveBlocks;
     const std::uint64_t accepted = logInFourThreads(logger, 5000);
 #ifndef _WIN32
     // Two blocks for each entry, and a few of the queue and the threads.
