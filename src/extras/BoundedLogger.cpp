@@ -126,7 +126,7 @@ bool BoundedLogger::State::admit(std::optional<Severity> severity) {
     const bool isUrgent = severity >= Severity::Error;
     const std::uint64_t limit = isUrgent ? options_.ceiling - 1 : ordinary_;
     if (isUrgent && counts.reserve(limit)) return true;
-    if (options_.wait <= options_.wait.zero()) return false;
+    if (options_.wait.count() <= 0) return false;
     return counts.waitForPlace(limit, Clock::now() + options_.wait);
 }
 

@@ -109,7 +109,9 @@ std::uint64_t EntryCounts::settled() const noexcept {
 void EntryCounts::look(std::uint64_t delivered) noexcept {
     const std::uint64_t accepted = this->accepted();
     const std::uint64_t lost = lost_.load(std::memory_order_relaxed);
-    raiseHighestWaiting(positiveDifference(accepted, delivered - 1 + lost));
+    // At least the one that was delivered, which is perhaps not yet counted as accepted.
+    const std::uint64_t waited = positiveDifference(accepted, delivered - 1 + lost);
+    raiseHighestWaiting((std::max)(waited, std::uint64_t{1}));
     const std::uint64_t known = positiveDifference(accepted, delivered);
     nextLook_ = delivered + std::clamp<std::uint64_t>(known, 1, MAX_DELIVERIES);
     noticeWorker();

@@ -48,8 +48,9 @@ struct Moment {
 std::int64_t secondsSinceEpoch(const std::tm& fields) {
     using namespace std::chrono;
     const sys_days day = year(fields.tm_year + 1900) / (fields.tm_mon + 1) / fields.tm_mday;
-    return sys_seconds(day).time_since_epoch().count() + fields.tm_hour * 3600 +
-           fields.tm_min * 60 + fields.tm_sec;
+    const sys_seconds time =
+        day + hours(fields.tm_hour) + minutes(fields.tm_min) + seconds(fields.tm_sec);
+    return time.time_since_epoch().count();
 }
 
 bool isInCalendar(const std::tm& fields) {

@@ -13,7 +13,7 @@ MonitorState::MonitorState(std::shared_ptr<SinkHandler> handler, MonitorOptions 
     handler_->installSink(std::make_shared<CountingSink>(counts_));
     flushSinks();
     workerBefore_ = counts_->worker();
-    if (options_.interval > options_.interval.zero()) {
+    if (options_.interval.count() > 0) {
         watcher_ = std::thread(&MonitorState::watch, this);
     }
 }

@@ -5,42 +5,55 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <atomic>
 
 using namespace Korvel::Extras;
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 
 namespace {
 
-/// A started handler whose worker the first entry holds, behind a monitor without a watcher.
+MonitorOptions watching(std::chrono::milliseconds interval) {
+    MonitorOptions options;
+    options.interval = interval;
+    return options;
+}
+
+/// A handler behind a monitor. Nothing is delivered before the gate is open, and an entry of the
+/// type "fatal" ends the worker.
 struct Fixture {
-    explicit Fixture(std::chrono::milliseconds interval = 0ms) {
-        handler->installSink(holding);
+    explicit Fixture(MonitorOptions options = watching(0ms), bool startThread = true)
+        : handler(std::make_shared<SinkHandler>(startThread)) {
+        handler->installSink(std::make_shared<LambdaSink>([this](const Message& entry) {
+            gate.wait();
+            if (entry.at("message").getString() == "fatal") throw 42;
+        }));
         handler->installSink(record);
-        MonitorOptions options;
-        options.interval = interval;
         monitor = std::make_shared<Monitor>(handler, std::move(options));
     }
-    ~Fixture() { holding->released.open(); }
+    ~Fixture() {
+        gate.open();
+        monitor->stopWatching();
+        handler->stopProcessing();
+    }
 
-    /// What the sink has received, as "type" or as "number by severity" of a note.
-    Entries received() {
-        holding->released.open();
+    /// What was delivered, as the type, or as number and severities of a note.
+    Entries delivered() {
+        gate.open();
         handler->flush();
         Entries result;
         for (const std::string& entry : record->entries) {
-            const nlohmann::json json = nlohmann::json::parse(entry);
-            const bool isNote = json.at("message") == "EntriesRefused";
-            result.push_back(isNote ? json.at("number").dump() + " " + json.at("bySeverity").dump()
-                                    : json.at("message").get<std::string>());
+            const auto json = nlohmann::json::parse(entry);
+            result.push_back(json.at("message"));
+            if (result.back() != "EntriesRefused") continue;
+            result.back() = json.at("number").dump() + " " + json.at("bySeverity").dump();
         }
         return result;
     }
 
-    const std::shared_ptr<HoldingSink> holding = std::make_shared<HoldingSink>();
+    Gate gate;
     const std::shared_ptr<RecordingSink> record = std::make_shared<RecordingSink>();
-    const std::shared_ptr<SinkHandler> handler = std::make_shared<SinkHandler>();
+    const std::shared_ptr<SinkHandler> handler;
     std::shared_ptr<Monitor> monitor;
 };
 
@@ -51,133 +64,103 @@ BoundedLoggerOptions ceilingOf(std::uint64_t ceiling, std::chrono::milliseconds 
     return options;
 }
 
+/// Returns how many of the entries of four threads were accepted.
+std::uint64_t logInFourThreads(Logger& logger, int entries) {
+    std::atomic<std::uint64_t> accepted = 0;
+    std::vector<JoiningThread> callers;
+    for (int thread = 0; thread < 4; ++thread) {
+        callers.emplace_back([&] {
+            const Message payload = {{"text", "too long to be stored inside of a Message"}};
+            for (int i = 0; i < entries; ++i) accepted += logger.log("x", payload);
+        });
+    }
+    callers.clear();
+    return accepted;
+}
+
 }  // namespace
 
 TEST(BoundedLogger, BlockedSinkNeverMakesFourThreadsExceedTheCeiling) {
-    constexpr std::uint64_t CEILING = 1000;
-    constexpr int OFFERED = 5000;
-    const Message payload = {{"text", "longer than a Message holds without a block of its own"}};
+    constexpr int CEILING = 1000;
     Fixture fixture;
     BoundedLogger logger(fixture.monitor, ceilingOf(CEILING));
-    logger.log("first", payload);
-    fixture.holding->entered.wait();
-    std::atomic<std::uint64_t> accepted = 1;
-    const int blocksBefore = liveBlocks;
-    {
-        std::vector<JoiningThread> callers;
-        for (int thread = 0; thread < 4; ++thread) {
-            callers.emplace_back([&] {
-                for (int i = 0; i < OFFERED; ++i) accepted += logger.log("x", payload);
-            });
-        }
-    }
+    [[maybe_unused]] const int blocksBefore = liveBlocks;
+    const std::uint64_t accepted = logInFourThreads(logger, 5000);
 #ifndef _WIN32
     // Two blocks for each entry, and a few of the queue and the threads.
     EXPECT_LT(liveBlocks - blocksBefore, 2 * CEILING + 500);
 #endif
-    // An eighth is kept for errors.
-    EXPECT_EQ(accepted, CEILING * 7 / 8);
+    EXPECT_EQ(accepted, CEILING * 7 / 8) << "An eighth is kept for errors";
     const MonitorSnapshot blocked = fixture.monitor->snapshot();
     EXPECT_EQ(blocked.accepted, accepted);
-    EXPECT_EQ(blocked.accepted + blocked.refused, 4 * OFFERED + 1);
+    EXPECT_EQ(blocked.refused, 20000 - accepted);
     EXPECT_EQ(blocked.highestWaiting, accepted);
-
-    const Entries received = fixture.received();
-    EXPECT_EQ(received.size(), accepted);
+    EXPECT_EQ(fixture.delivered().size(), accepted);
     logger.flush();
     const std::string number = std::to_string(blocked.refused);
-    EXPECT_EQ(fixture.received().back(), number + R"( {"none":)" + number + "}");
+    EXPECT_EQ(fixture.delivered().back(), number + " {\"none\":" + number + "}");
 }
 
-TEST(BoundedLogger, FourThreadsNeverExceedTheCeilingWhileASinkDelivers) {
-    constexpr int OFFERED = 20000;
+TEST(BoundedLogger, AcceptedAndNotedEntriesAreWhatFourThreadsOffered) {
     for (const auto wait : {0ms, 60000ms}) {
-        const auto handler = std::make_shared<SinkHandler>();
-        const auto record = std::make_shared<RecordingSink>();
-        handler->installSink(record);
-        const auto monitor = std::make_shared<Monitor>(handler);
-        const auto start = std::chrono::steady_clock::now();
-        std::atomic<std::uint64_t> accepted = 0;
+        Fixture fixture;
+        fixture.gate.open();
+        const auto start = Clock::now();
+        std::uint64_t accepted = 0;
         {
-            BoundedLogger logger(monitor, ceilingOf(100, wait));
-            std::vector<JoiningThread> callers;
-            for (int thread = 0; thread < 4; ++thread) {
-                callers.emplace_back([&] {
-                    for (int i = 0; i < OFFERED; ++i) accepted += logger.log("x", {});
-                });
-            }
-            callers.clear();
+            BoundedLogger logger(fixture.monitor, ceilingOf(100, wait));
+            accepted = logInFourThreads(logger, 5000);
         }
-        handler->flush();
         std::uint64_t noted = 0;
-        std::uint64_t notes = 0;
-        for (const std::string& entry : record->entries) {
-            const nlohmann::json json = nlohmann::json::parse(entry);
-            if (json.at("message") != "EntriesRefused") continue;
-            noted += json.at("number").get<std::uint64_t>();
+        int notes = 0;
+        for (const std::string& entry : fixture.delivered()) {
+            if (entry == "x") continue;
+            noted += std::stoull(entry);
             ++notes;
         }
-        const MonitorSnapshot end = monitor->snapshot();
-        EXPECT_EQ(accepted + noted, 4 * OFFERED);
-        EXPECT_EQ(end.refused, noted);
-        EXPECT_EQ(end.accepted, accepted + notes);
-        EXPECT_EQ(end.delivered, record->entries.size());
-        EXPECT_LE(end.highestWaiting, 100U);
-        if (wait > 0ms) {
-            EXPECT_EQ(noted, 0U);
-        }
-        const auto seconds = std::chrono::steady_clock::now() - start;
-        EXPECT_LE(notes, 2 + seconds / 1s);
+        EXPECT_EQ(accepted + noted, 20000U);
+        EXPECT_EQ(wait > 0ms ? noted : 0, 0U);
+        EXPECT_LE(notes, 2 + (Clock::now() - start) / 1s);
+        EXPECT_EQ(fixture.monitor->snapshot().refused, noted);
+        EXPECT_LE(fixture.monitor->snapshot().highestWaiting, 100U);
     }
 }
 
 TEST(BoundedLogger, KeepsPlacesForErrorsAndOneForTheNote) {
     Fixture fixture;
-    BoundedLogger logger(fixture.monitor, ceilingOf(8));
-    const auto logAll = [&](const char* severity) {
-        int accepted = 0;
-        for (int i = 0; i < 10; ++i) accepted += logger.log(severity, {{"severity", severity}});
-        return accepted;
-    };
-    BoundedLoggerOptions half = ceilingOf(8);
-    half.reserve = 0.5;
-    BoundedLogger modest(fixture.monitor, half);
-    for (int i = 0; i < 4; ++i) EXPECT_TRUE(modest.log("modest", {}));
-    EXPECT_FALSE(modest.log("modest", {}));
-    EXPECT_EQ(logAll("info"), 3);
-    EXPECT_EQ(logAll("error"), 0);
-    half.ceiling = 10;
-    BoundedLogger larger(fixture.monitor, half);
-    EXPECT_FALSE(larger.log("warning", {{"severity", "warning"}}));
-    EXPECT_TRUE(larger.log("critical", {{"severity", "critical"}}));
-    EXPECT_TRUE(larger.log("error", {{"severity", "error"}}));
-    EXPECT_FALSE(larger.log("error", {{"severity", "error"}}));
-    EXPECT_EQ(fixture.received(), (Entries{"modest", "modest", "modest", "modest", "info", "info",
-                                           "info", "critical", "error"}));
+    BoundedLoggerOptions options = ceilingOf(8);
+    options.reserve = 0.5;
+    BoundedLogger logger(fixture.monitor, options);
+    for (const char* severity : {"info", "loud", "warning", "error", "critical"}) {
+        for (int i = 0; i < 2; ++i) logger.log(severity, {{"severity", severity}});
+    }
+    EXPECT_EQ(fixture.delivered(),
+              (Entries{"info", "info", "loud", "loud", "error", "error", "critical"}));
     logger.flush();
-    larger.flush();
-    const Entries received = fixture.received();
-    EXPECT_EQ(received.at(9), R"(17 {"error":10,"info":7})");
-    EXPECT_EQ(received.at(10), R"(2 {"error":1,"warning":1})");
-    EXPECT_THROW(BoundedLogger(fixture.monitor, ceilingOf(1)), std::invalid_argument);
-    EXPECT_THROW(BoundedLogger(nullptr), std::invalid_argument);
+    EXPECT_EQ(fixture.delivered().back(), R"(3 {"critical":1,"warning":2})");
 }
 
 TEST(BoundedLogger, NotesRefusalsWhenRoomReturnsAndAtTheEnd) {
-    Fixture fixture(1ms);
+    Fixture fixture(watching(1ms));
+    const auto start = Clock::now();
     {
-        BoundedLogger logger(fixture.monitor, ceilingOf(3));
-        logger.log("x", {});
-        fixture.holding->entered.wait();
+        BoundedLogger logger(fixture.monitor, ceilingOf(2));
         EXPECT_TRUE(logger.log("x", {}));
         EXPECT_FALSE(logger.log("x", {{"severity", "info"}}));
-        EXPECT_EQ(fixture.received(), (Entries{"x", "x"}));
+        fixture.gate.open();
         // The watcher sends the note, though nothing more is logged.
-        while (fixture.monitor->snapshot().accepted < 3) std::this_thread::yield();
-        EXPECT_EQ(fixture.received(), (Entries{"x", "x", R"(1 {"info":1})"}));
+        while (fixture.monitor->snapshot().delivered < 2) std::this_thread::yield();
+        EXPECT_EQ(fixture.delivered(), (Entries{"x", R"(1 {"info":1})"}));
         while (logger.log("x", {{"severity", "loud"}})) continue;
+        fixture.handler->flush();
+        EXPECT_TRUE(logger.log("later", {}));
+        fixture.monitor->stopWatching();
+        const Entries delivered = fixture.delivered();
+        if (Clock::now() - start < 1s) {
+            EXPECT_EQ(delivered.back(), "later");
+        }
     }
-    EXPECT_EQ(fixture.received().back(), R"(1 {"none":1})");
+    EXPECT_EQ(fixture.delivered().back(), R"(1 {"none":1})");
     EXPECT_EQ(fixture.monitor->snapshot().refused, 2U);
 }
 
@@ -185,72 +168,58 @@ TEST(BoundedLogger, WaitsForAPlaceButNeverInVain) {
     Fixture fixture;
     BoundedLogger patient(fixture.monitor, ceilingOf(3, 1h));
     BoundedLogger hurried(fixture.monitor, ceilingOf(3, 20ms));
-    patient.log("first", {});
-    fixture.holding->entered.wait();
-    patient.log("second", {});
-    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(patient.log("x", {}));
+    EXPECT_TRUE(patient.log("x", {}));
+    const auto start = Clock::now();
     EXPECT_FALSE(hurried.log("refused", {}));
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 20ms);
-    {
-        std::vector<JoiningThread> callers;
-        for (int i = 0; i < 3; ++i) {
-            callers.emplace_back([&] { EXPECT_TRUE(patient.log("waited", {})); });
-        }
-        EXPECT_FALSE(hurried.log("refused", {}));
-        fixture.holding->released.open();
-    }
-    EXPECT_EQ(fixture.received(), (Entries{"first", "second", "waited", "waited", "waited"}));
+    EXPECT_GE(Clock::now() - start, 20ms);
+    JoiningThread caller([&] { EXPECT_TRUE(patient.log("waited", {})); });
+    EXPECT_FALSE(hurried.log("refused", {}));
+    fixture.gate.open();
+    caller.join();
+    const Entries delivered = fixture.delivered();
+    EXPECT_EQ(Entries(delivered.begin(), delivered.begin() + 3), (Entries{"x", "x", "waited"}));
 
-    // Without a worker, and on its thread.
-    fixture.handler->stopProcessing();
-    const auto handler = std::make_shared<SinkHandler>(false);
-    std::shared_ptr<Logger> inner;
-    std::atomic<bool> isRefused = false;
+    Fixture unstarted(watching(0ms), false);
+    BoundedLogger logger(unstarted.monitor, ceilingOf(2, 1h));
+    EXPECT_TRUE(logger.log("x", {}));
+    EXPECT_FALSE(logger.log("without a worker", {}));
+}
+
+TEST(BoundedLogger, RefusesInsteadOfWaitingOnTheWorkerThread) {
+    const auto handler = std::make_shared<SinkHandler>();
+    std::shared_ptr<Logger> logger;
+    std::atomic<int> accepted = 0;
     handler->installSink(std::make_shared<LambdaSink>(
-        [&](const Message&) { isRefused = !inner->log("from a sink", {}); }));
-    inner = std::make_shared<BoundedLogger>(std::make_shared<Monitor>(handler), ceilingOf(2, 1h));
-    EXPECT_TRUE(inner->log("waits", {}));
-    EXPECT_FALSE(inner->log("refused", {}));
-    handler->startProcessing();
+        [&](const Message&) { accepted += logger->log("from a sink", {}); }));
+    logger = std::make_shared<BoundedLogger>(std::make_shared<Monitor>(handler), ceilingOf(2, 1h));
+    EXPECT_TRUE(logger->log("x", {}));
     handler->flush();
-    isRefused = false;
-    EXPECT_TRUE(inner->log("calls log", {}));
-    handler->flush();
-    EXPECT_TRUE(isRefused);
+    EXPECT_EQ(accepted, 0);
     handler->stopProcessing();
 }
 
 TEST(BoundedLogger, OpensAgainAfterASinkThrewAwayABatch) {
     for (const bool restart : {false, true}) {
-        Gate gate;
-        const auto handler = std::make_shared<SinkHandler>(restart);
-        handler->installSink(std::make_shared<LambdaSink>([&gate](const Message& entry) {
-            gate.wait();
-            if (entry.at("message").getString() == "fatal") throw 42;
-        }));
-        const auto record = std::make_shared<RecordingSink>();
-        handler->installSink(record);
-        MonitorOptions options;
-        options.interval = 1ms;
+        MonitorOptions options = watching(1ms);
         options.restart = restart;
-        const auto monitor = std::make_shared<Monitor>(handler, std::move(options));
-        BoundedLogger logger(monitor, ceilingOf(8));
+        Fixture fixture(std::move(options), restart);
+        BoundedLogger logger(fixture.monitor, ceilingOf(8));
         int accepted = 0;
         while (logger.log(accepted == 0 ? "fatal" : "x", {})) ++accepted;
         EXPECT_EQ(accepted, 7);
-        gate.open();
+        fixture.gate.open();
         for (int i = 0; i < (restart ? 0 : 2); ++i) {
-            handler->startProcessing();
-            handler->flush();
+            fixture.handler->startProcessing();
+            fixture.handler->flush();
         }
         while (!logger.log("admitted", {})) std::this_thread::yield();
-        while (monitor->snapshot().waiting > 0) std::this_thread::yield();
-        monitor->stopWatching();
-        handler->stopProcessing();
-        const MonitorSnapshot end = monitor->snapshot();
-        EXPECT_EQ(end.delivered, record->entries.size());
+        while (fixture.monitor->snapshot().waiting > 0) std::this_thread::yield();
+        fixture.monitor->stopWatching();
+        const std::uint64_t delivered = fixture.delivered().size();
+        const MonitorSnapshot end = fixture.monitor->snapshot();
+        EXPECT_EQ(end.delivered, delivered);
+        EXPECT_EQ(end.accepted, delivered + end.lost);
         EXPECT_GE(end.lost, restart ? 1U : 7U);
-        EXPECT_EQ(end.accepted, end.delivered + end.lost);
-        EXPECT_EQ(end.waiting, 0U);
     }
 }
