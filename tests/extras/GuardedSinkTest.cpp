@@ -87,6 +87,7 @@ TEST(GuardedSink, ReporterLearnsOfEveryFailureAndMayThrowItself) {
     const GuardedSinkState failing = guard.state();
     isFull = false;
     guard.flush();
+    EXPECT_EQ(guard.state().failuresInARow, 2U);
     guard.append(2);
     guard.append(Message());
     EXPECT_EQ(reports, (Entries{

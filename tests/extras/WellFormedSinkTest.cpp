@@ -160,6 +160,7 @@ TEST(WellFormedSink, RepairsEachKindOfFaultAndNothingElse) {
         {Message(), "null"},
         {std::vector<Message>{NOT_A_NUMBER, 1.5, -INFINITE}, "[null,1.5,null]"},
         {L"\xDC00\xD800", "\"\uFFFD\uFFFD\""},
+        {L"\xDC00x", "\"\uFFFDx\""},
         {L"a\xD800", "\"a\uFFFD\""},
         {manyWords + L"\xDFFF", '"' + std::string(100, 'w') + "\uFFFD\""},
         {"\xED\xA0\x80 \xED\x9F\xBF", "\"\uFFFD \uD7FF\""},

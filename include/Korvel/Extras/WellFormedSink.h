@@ -47,6 +47,9 @@ struct WellFormedSinkState {
 /// fault, without an allocation unless a text exceeds what `std::string` stores in itself or
 /// containers are more than 16 deep. Only an entry with a fault is copied.
 ///
+/// The look costs about as much as rendering the entry: the public operations of Message give text
+/// only as a copy.
+///
 /// Not promised: a global C++ locale whose numbers are not JSON, such as 1,5 for 1.5, still writes
 /// those. A reader that distinguishes less than JSON, such as one that rejects NUL or U+FFFE, gets
 /// them unchanged.
