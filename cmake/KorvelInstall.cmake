@@ -1,22 +1,16 @@
 set(KORVEL_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Korvel")
 
-install(TARGETS korvel EXPORT KorvelTargets
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime
-        NAMELINK_COMPONENT development
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
-install(DIRECTORY include/Korvel DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
-install(EXPORT KorvelTargets NAMESPACE Korvel:: DESTINATION "${KORVEL_CMAKE_DIR}"
-    COMPONENT development)
-
-configure_package_config_file(cmake/KorvelConfig.cmake.in
-    "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
-    INSTALL_DESTINATION "${KORVEL_CMAKE_DIR}")
-write_basic_package_version_file("${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmake"
-    COMPATIBILITY SameMinorVersion)
-install(FILES "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
-              "${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmake"
-    DESTINATION "${KORVEL_CMAKE_DIR}" COMPONENT development)
+# Installs a library. EXPORT names the file of its CMake targets; COMPONENT is that of the shared
+# library.
+function(korvel_install target export component)
+    install(TARGETS ${target} EXPORT ${export}
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${component}
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${component}
+            NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
+    install(EXPORT ${export} NAMESPACE Korvel:: DESTINATION "${KORVEL_CMAKE_DIR}"
+        COMPONENT development)
+endfunction()
 
 # The file for pkg-config finds the package from its own place, so that an installed tree can be
 # moved. Where a directory is absolute that is given up for it.
@@ -36,6 +30,30 @@ if(KORVEL_LIBRARY_TYPE STREQUAL "STATIC")
     set(KORVEL_PC_LIBS "-pthread")
     set(KORVEL_PC_CFLAGS "-DKORVEL_STATIC")
 endif()
-configure_file(cmake/korvel.pc.in "${PROJECT_BINARY_DIR}/korvel.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/korvel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
-    COMPONENT development)
+
+# korvel_pkg_config(NAME REQUIRES): the file NAME.pc.
+function(korvel_pkg_config KORVEL_PC_NAME KORVEL_PC_REQUIRES)
+    configure_file(cmake/korvel.pc.in "${PROJECT_BINARY_DIR}/${KORVEL_PC_NAME}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/${KORVEL_PC_NAME}.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+endfunction()
+
+korvel_install(korvel KorvelTargets runtime)
+korvel_pkg_config(korvel "")
+set(KORVEL_NO_HEADERS REGEX "/Extras(\\.h)?$" EXCLUDE)
+if(KORVEL_EXTRAS)
+    korvel_install(korvel_extras KorvelExtrasTargets extras)
+    korvel_pkg_config(korvel-extras korvel)
+    set(KORVEL_NO_HEADERS)
+endif()
+install(DIRECTORY include/Korvel DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development
+    ${KORVEL_NO_HEADERS})
+
+configure_package_config_file(cmake/KorvelConfig.cmake.in
+    "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
+    INSTALL_DESTINATION "${KORVEL_CMAKE_DIR}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmake"
+    COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
+              "${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmake"
+    DESTINATION "${KORVEL_CMAKE_DIR}" COMPONENT development)

@@ -1,4 +1,5 @@
-# Debian packages by CPack: libkorvel0 with the shared library, libkorvel-dev with the rest.
+# Debian packages by CPack: libkorvel0 and libkorvel-extras0 with the shared libraries, libkorvel-dev
+# with the rest.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME korvel)
@@ -9,28 +10,37 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "structured logging library")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_COMPONENTS_ALL runtime extras development)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 
+file(WRITE "${PROJECT_BINARY_DIR}/triggers" "activate-noawait ldconfig\n")
+foreach(component RUNTIME EXTRAS)
+    set(CPACK_DEBIAN_${component}_PACKAGE_SECTION libs)
+    set(CPACK_DEBIAN_${component}_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_${component}_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/triggers")
+endforeach()
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "libkorvel${PROJECT_VERSION_MAJOR}")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
 "Entries are values shaped like JSON. A thread that logs only queues them,
 and a worker thread delivers them in order to consoles and files.")
-file(WRITE "${PROJECT_BINARY_DIR}/triggers" "activate-noawait ldconfig\n")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/triggers")
+set(CPACK_DEBIAN_EXTRAS_PACKAGE_NAME "libkorvel-extras${PROJECT_VERSION_MAJOR}")
+set(CPACK_DEBIAN_EXTRAS_DESCRIPTION
+"Severities, context, conversions, rotated files, limits and a safe way to
+start, on top of Korvel.")
+set(CPACK_COMPONENT_EXTRAS_DEPENDS runtime)
+# Where dpkg-shlibdeps finds the library of the other package.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkorvel-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "libkorvel${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+    "libkorvel${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}), libkorvel-extras${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
 "Development files: the headers of Korvel, its CMake package and its file for
 pkg-config.")
-set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime extras)
 
 # What Debian wants in every package.
 file(COPY_FILE "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_BINARY_DIR}/copyright")
@@ -38,7 +48,7 @@ configure_file(cmake/debian-changelog.in "${PROJECT_BINARY_DIR}/changelog" @ONLY
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND "${GZIP}" -9nc "${PROJECT_BINARY_DIR}/changelog"
     OUTPUT_FILE "${PROJECT_BINARY_DIR}/changelog.gz" COMMAND_ERROR_IS_FATAL ANY)
-foreach(component runtime development)
+foreach(component runtime extras development)
     string(TOUPPER ${component} upper)
     install(FILES "${PROJECT_BINARY_DIR}/copyright" "${PROJECT_BINARY_DIR}/changelog.gz"
         DESTINATION "share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}" COMPONENT ${component})

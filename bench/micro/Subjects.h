@@ -18,6 +18,9 @@ void addNlohmannTrees();
 void addKorvelMaps();
 void addKorvelSinks();
 
+void addExtrasCosts();
+void addSpdlogCosts();
+
 void addGrowth();
 
 }  // namespace Bench

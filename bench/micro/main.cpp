@@ -9,10 +9,14 @@ int main(int count, char** words) {
     Bench::addKorvelTrees();
     Bench::addKorvelMaps();
     Bench::addKorvelSinks();
+    Bench::addExtrasCosts();
     Bench::addGrowth();
 #ifdef BENCH_NLOHMANN
     Bench::addNlohmannRendering();
     Bench::addNlohmannTrees();
+#endif
+#ifdef BENCH_SPDLOG
+    Bench::addSpdlogCosts();
 #endif
 #ifdef BENCH_RAPIDJSON
     Bench::addRapidJsonRendering();

@@ -9,7 +9,7 @@ from statistics import median
 
 from runner.measure import TEXT_SHAPES
 from runner.programs import BUILD, FILES, NAMES, ROOT, SUBJECTS
-from runner.targets import SHAPES, TEXTS, duration, plain
+from runner.targets import OFF, SHAPES, TEXTS, duration, plain
 
 RESULTS = ROOT / "docs" / "performance" / "results.md"
 PACKAGES = ["libspdlog-dev", "libfmt-dev", "libboost-log-dev", "nlohmann-json3-dev",
@@ -102,6 +102,16 @@ def other_figures(samples):
     return conversions, trees, rotation
 
 
+def off_figures(samples):
+    """Of a call whose severity is off. spdlog has neither a question that is compared nor a lazy form."""
+    lines = []
+    for name, work in {**OFF, "list": "three values in a list"}.items():
+        keys = [f"micro/off/{name}/{subject}" for subject in ("korvel", "spdlog")]
+        cells = [duration(median(samples[key])) if key in samples else "" for key in keys]
+        lines.append([work, *cells])
+    return as_table(["", "Korvel", "spdlog"], lines)
+
+
 def growth_figures(samples):
     lines = []
     for kind in ("entries", "producers"):
@@ -129,6 +139,7 @@ def write(rows, samples, effort):
         "## Figures: conversions", conversions,
         "## Figures: trees", trees,
         "## Figures: appends to a rotating LogglySink", rotation,
+        "## Figures: a severity that is off", off_figures(samples),
         "## Figures: growth", growth_figures(samples),
     ]
     RESULTS.parent.mkdir(exist_ok=True)

@@ -32,6 +32,14 @@ PAIRS = {
     "map/take/1000": ("Moving a std::map of 1,000 keys in", "std::map", 1.1 * 1.44),
 }
 
+# Pairs whose difference has a limit, in nanoseconds.
+ADDED = {
+    "filter/read": ("Reading a key in a Filter adds", 45),
+    "extras/context": ("A context extender adds without a scope", 5),
+}
+# The forms of a call whose severity is off that have a limit.
+OFF = {"isOn": "isOn", "bare": "no payload", "lazy": "lazy payload"}
+
 
 @dataclass
 class Row:
@@ -144,15 +152,25 @@ def limit_rows(samples):
     yield bound(samples, "20 keys by operator[]", "micro/build/20-keys/korvel", 350)
 
 
+def added(samples, name):
+    """How much longer the measured side of a pair takes."""
+    sides = (samples[f"micro/{name}/{side}"] for side in ("own", "other"))
+    return [own - other for own, other in zip(*sides, strict=True)]
+
+
 def pair_rows(samples):
     for name, (work, peer, limit) in PAIRS.items():
         own, other = f"micro/{name}/own", f"micro/{name}/other"
         told = f"{peer}: {duration(median(samples[other]))}"
         ratio = ratio_of(samples, own, other)
         yield Row(work, duration(median(samples[own])), told, ratio, "≤", round(limit, 3))
-    reads, accepts = (samples[f"micro/filter/read/{side}"] for side in ("own", "other"))
-    more = [a - b for a, b in zip(reads, accepts, strict=True)]
-    yield bound({"more": more}, "Reading a key in a Filter adds", "more", 45)
+    for name, (work, limit) in ADDED.items():
+        yield bound({"added": added(samples, name)}, work, "added", limit)
+
+
+def off_rows(samples):
+    for name, work in OFF.items():
+        yield bound(samples, f"A severity that is off, {work}", f"micro/off/{name}/korvel", 3)
 
 
 def growth_row(samples, measure, sizes, prefix):
@@ -181,6 +199,7 @@ def rows(samples):
         *part_rows(samples),
         *limit_rows(samples),
         *pair_rows(samples),
+        *off_rows(samples),
         growth_row(samples, "Time an entry, by number of entries", GROWING_ENTRIES, "growth/entries"),
         growth_row(samples, "Time an entry, by number of producers", GROWING_PRODUCERS, "growth/producers"),
         linear_row(samples, "width"),

@@ -1,3 +1,80 @@
 #include <Korvel/Extras/SeverityLogger.h>
 
-namespace Korvel::Extras {}  // namespace Korvel::Extras
+#include "extras/TakeOver.h"
+
+#include <algorithm>
+#include <exception>
+#include <stdexcept>
+#include <string>
+
+namespace Korvel::Extras {
+namespace {
+
+/// Makes the rule of all loggers for payloads callable here.
+struct PayloadRule : Logger {
+    using Logger::wrapPayload;
+};
+
+/// A text of foreign origin. If it is not UTF-8, its bytes above ASCII become question marks.
+Message textOf(const char* text) {
+    try {
+        return text;
+    } catch (const std::range_error&) {
+        std::string ascii = text;
+        std::replace_if(
+            ascii.begin(), ascii.end(),
+            [](char letter) { return static_cast<unsigned char>(letter) > 0x7F; }, '?');
+        return ascii;
+    }
+}
+
+}  // namespace
+
+SeverityLogger::SeverityLogger(std::shared_ptr<Logger> logger, Severity least)
+    : SeverityLogger(std::move(logger), std::make_shared<SeverityThreshold>(least)) {}
+
+SeverityLogger::SeverityLogger(std::shared_ptr<Logger> logger,
+                               std::shared_ptr<SeverityThreshold> threshold)
+    : logger_(std::move(logger)), threshold_(std::move(threshold)) {}
+
+SeverityLogger SeverityLogger::withThreshold(Severity least) const {
+    SeverityLogger result = *this;
+    result.threshold_ = std::make_shared<SeverityThreshold>(least);
+    return result;
+}
+
+SeverityLogger SeverityLogger::withLocation(bool hasLocation) const {
+    SeverityLogger result = *this;
+    result.hasLocation_ = hasLocation;
+    return result;
+}
+
+bool SeverityLogger::write(Severity severity, const EventType& type, Message& payload) const {
+    PayloadRule::wrapPayload(payload);
+    payload["severity"] = std::string(severityName(severity));
+    if (hasLocation_ && !payload.hasKey("source")) {
+        Message& source = payload["source"];
+        source["file"] = textOf(type.file_);
+        source["line"] = type.line_;
+        source["function"] = textOf(type.function_);
+    }
+    if (type.wide_.data() != nullptr) {
+        return logger_->log(std::wstring(type.wide_), takeOver(payload));
+    }
+    return logger_->log(std::string(type.narrow_), takeOver(payload));
+}
+
+bool SeverityLogger::writeLazy(Severity severity, const EventType& type, Message (*make)(void*),
+                               void* target) const {
+    Message payload;
+    try {
+        payload = make(target);
+    } catch (const std::exception& error) {
+        payload["payloadError"] = textOf(error.what());
+    } catch (...) {
+        payload["payloadError"] = "unknown exception";
+    }
+    return write(severity, type, payload);
+}
+
+}  // namespace Korvel::Extras

@@ -2,4 +2,284 @@
 
 #include <Korvel/Extras/LineConsoleSink.h>
 
+#include <nlohmann/json.hpp>
+
+#include <limits>
+#include <sstream>
+
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#endif
+
 using namespace Korvel::Extras;
+
+static std::string lineOf(const Message& message, LineConsoleSinkOptions options = {}) {
+    std::ostringstream stream;
+    if (options.colours == Colours::Automatic) options.colours = Colours::Never;
+    LineConsoleSink(stream, options).append(message);
+    return stream.str();
+}
+
+TEST(LineConsoleSink, ShowsEveryMessageAsOneLine) {
+    constexpr double INFINITE = std::numeric_limits<double>::infinity();
+    const std::vector<Message> list = {1, 2.5, {}, true, "a\tb", std::vector<Message>()};
+    Message deep = 1;
+    for (int i = 0; i < 100000; ++i) {
+        Message outer(std::vector<Message>(1));
+        outer[0] = std::move(deep);
+        deep = std::move(outer);
+    }
+    const std::string deepLine = "\"" + std::string(64, '[') + R"(\"...\")" + std::string(64, ']');
+    const std::vector<std::pair<Message, std::string>> cases = {
+        {{{"timestamp", "2026-11-18T21:16:42.123Z"},
+          {"severity", "WARN"},
+          {"message", "DiskCheck"},
+          {"free", 0.05},
+          {"path", "/var"},
+          {"text", "nearly full"}},
+         "21:16:42.123Z warning  DiskCheck free=0.05 path=/var text=\"nearly full\""},
+        {{{"message", "x y=1"}, {"a b", ""}, {"c=d", "=="}, {"\"", "\""}},
+         R"("x y=1" "\""="\"" "a b"="" "c=d"="==")"},
+        {{{"message", "M"}, {"path", "C:\\temp"}, {"text", "a\n\r\t\x1b[31m\x7f"}},
+         R"(M path="C:\\temp" text="a\n\r\t\u001b[31m\u007f")"},
+        {{{"list", list}, {"map", {{"k\x1b", L"\x85"}}}, {"message", "M"}},
+         R"(M list="[1,2.5,null,true,\"a\\tb\",[]]" map="{\"k\\u001b\":\"\\u0085\"}")"},
+        {{{L"broken", L"\xD800x\xDC00"},
+          {L"message", L"\xD83D"},
+          {L"smile", L"\xD83D\xDE00\x20AC"}},
+         "\"\\ud83d\" broken=\"\\ud800x\\udc00\" smile=\xF0\x9F\x98\x80\xE2\x82\xAC"},
+        {{{"a", {}}, {"b", false}, {"inf", -INFINITE}, {"message", 5}, {"severity", "loud"}},
+         "a=null b=false inf=-inf message=5 severity=loud"},
+        {{{"message", "M"}, {"timestamp", "yesterday"}}, "M timestamp=yesterday"},
+        {deep, deepLine + "\""},
+        {{}, "null"},
+        {"text only", "\"text only\""},
+    };
+    LineConsoleSinkOptions utc;
+    utc.time = LineTime::Utc;
+    for (const auto& [message, line] : cases) EXPECT_EQ(lineOf(message, utc), line + "\n");
+#if WCHAR_MAX > 0xFFFF
+    EXPECT_EQ(lineOf(std::wstring(1, static_cast<wchar_t>(0x110000))), "\"\\ufffd\"\n");
+#endif
+}
+
+TEST(LineConsoleSink, TakesOnlyRealTimesAsTimeOfTheLine) {
+    LineConsoleSinkOptions full;
+    full.time = LineTime::Full;
+    for (const char* const time :
+         {"2024-02-29T23:59:59Z", "0000-01-01T00:00:00.1Z", "9999-12-31T00:00:00.123456789Z"}) {
+        const Message entry = {{"message", "M"}, {"timestamp", time}};
+        EXPECT_EQ(lineOf(entry, full), std::string(time) + " M\n");
+    }
+    for (const char* const time :
+         {"2023-02-29T00:00:00Z", "2026-13-01T00:00:00Z", "2026-01-01T24:00:00Z",
+          "2026-01-01T00:60:00Z", "2026-01-01T00:00:60Z", "2026-01-01T00:00:00.Z",
+          "2026-01-01T00:00:00.1234567890Z", "2026-01-01T00:00:00.1x3Z", "2026-01-01T00:00:00",
+          "2026-01-01T00:00:00+Z", "x026-01-01T00:00:00Z", "2026-01-01 00:00:00Z", ""}) {
+        const std::string line = lineOf({{"message", "M"}, {"timestamp", time}}, full);
+        EXPECT_EQ(line.find("M timestamp="), 0U) << line;
+    }
+}
+
+static bool isControl(wchar_t c) {
+    const std::wstring others =
+        L"\x061C\x200E\x200F\x2028\x2029\x202A\x202B\x202C\x202D\x202E\x2066\x2067\x2068\x2069";
+    return c < 0x20 || (c >= 0x7F && c <= 0x9F) || others.find(c) != std::wstring::npos;
+}
+
+/// Code units as type, key, value and nested: all up to the last control, and a sample of the rest.
+/// What the line shows is read back by a parser.
+TEST(LineConsoleSink, NoTextArrivesAsAControl) {
+    for (unsigned unit = 0; unit < 0x10000; unit += unit < 0x2100 ? 1 : 97) {
+        if (unit >= 0xD800 && unit < 0xE000) continue;
+        const std::wstring text = {L'\\', static_cast<wchar_t>(unit), L'"'};
+        std::string line = lineOf({{L"message", text}, {text, text}, {L"~", {{text, text}}}});
+        ASSERT_EQ(line.back(), '\n');
+        line.pop_back();
+        for (const wchar_t c : Message::strToWstr(line)) ASSERT_FALSE(isControl(c)) << line;
+        std::istringstream stream(line);
+        std::vector<nlohmann::json> parts(4);
+        stream >> parts[0];
+        stream.ignore() >> parts[1];
+        stream.ignore() >> parts[2];
+        stream.ignore(3) >> parts[3];
+        const std::string narrow = Message::wstrToStr(text);
+        parts[3] = nlohmann::json::parse(parts[3].get<std::string>());
+        ASSERT_EQ(parts, (std::vector<nlohmann::json>{narrow, narrow, narrow, {{narrow, narrow}}}));
+    }
+}
+
+TEST(LineConsoleSink, ColoursSeverityAndKeysAndPassesSequencesIfAsked) {
+    const Message entry = {
+        {"a", "\x1b[1;32mgreen\x1b[2J"}, {"message", "M"}, {"severity", "error"}};
+    LineConsoleSinkOptions options;
+    options.colours = Colours::Always;
+    EXPECT_EQ(lineOf(entry, options),
+              "\x1b[31merror\x1b[0m    M \x1b[36ma\x1b[0m=\"\\u001b[1;32mgreen\\u001b[2J\"\n");
+    options.passColours = true;
+    EXPECT_EQ(lineOf(entry, options),
+              "\x1b[31merror\x1b[0m    M \x1b[36ma\x1b[0m=\"\x1b[1;32mgreen\\u001b[2J\x1b[0m\"\n");
+    options.colours = Colours::Never;
+    EXPECT_EQ(lineOf(entry, options), "error    M a=\"\\u001b[1;32mgreen\\u001b[2J\"\n");
+}
+
+TEST(LineConsoleSink, LinesOfManyThreadsStayWholeAndAFailingStreamDoesNotThrow) {
+    std::ostringstream stream;
+    LineConsoleSink sink(stream);
+    std::vector<JoiningThread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 500; ++i) sink.append({{"message", "M"}, {"x", "two words"}});
+        });
+    }
+    threads.clear();
+    std::string expected;
+    for (int i = 0; i < 2000; ++i) expected += "M x=\"two words\"\n";
+    EXPECT_TRUE(stream.str() == expected);
+    stream.setstate(std::ios::badbit);
+    EXPECT_THROW(stream.exceptions(std::ios::badbit), std::ios::failure);
+    EXPECT_NO_THROW(sink.append("lost"));
+}
+
+#ifndef _WIN32
+
+/// Lets a standard stream of the process be another descriptor while it lives.
+struct Redirection {
+    Redirection(int from, int to) : stream(from), before(dup(from)) { dup2(to, from); }
+    ~Redirection() {
+        dup2(before, stream);
+        close(before);
+    }
+
+    const int stream;
+    const int before;
+};
+
+struct Environment {
+    Environment(std::string variable, const char* value) : name(std::move(variable)) {
+        setenv(name.c_str(), value, 1);
+    }
+    ~Environment() { unsetenv(name.c_str()); }
+
+    const std::string name;
+};
+
+/// Both ends of a pseudo-terminal.
+struct Terminal {
+    Terminal() {
+        EXPECT_EQ(grantpt(screen), 0);
+        EXPECT_EQ(unlockpt(screen), 0);
+        program = open(ptsname(screen), O_RDWR | O_NOCTTY);
+        EXPECT_GE(program, 0);
+    }
+    ~Terminal() {
+        close(program);
+        close(screen);
+    }
+
+    const int screen = posix_openpt(O_RDWR | O_NOCTTY);
+    int program = -1;
+};
+
+static std::string readOnce(int descriptor) {
+    std::string text(65536, '\0');
+    const ssize_t size = read(descriptor, text.data(), text.size());
+    text.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+    return text;
+}
+
+/// What a terminal or a pipe receives from an entry, with this environment.
+static std::string shownBy(int writer, int reader,
+                           const std::vector<std::pair<const char*, const char*>>& variables) {
+    std::vector<std::unique_ptr<Environment>> environment;
+    for (const char* const name : {"NO_COLOR", "CLICOLOR_FORCE", "TERM"}) {
+        environment.push_back(std::make_unique<Environment>(name, ""));
+    }
+    for (const auto& [name, value] : variables) setenv(name, value, 1);
+    const Redirection redirection(STDERR_FILENO, writer);
+    LineConsoleSinkOptions options;
+    options.destination = StandardStream::Error;
+    LineConsoleSink(options).append(
+        {{L"message", L"M"}, {L"severity", L"info"}, {L"\x1b", L"\x9b"}});
+    return readOnce(reader);
+}
+
+TEST(LineConsoleSink, ColoursOnlyATerminalUnlessTheEnvironmentDecides) {
+    const std::string plain = "info     M \"\\u001b\"=\"\\u009b\"";
+    const std::string coloured = "\x1b[32minfo\x1b[0m     M \x1b[36m\"\\u001b\"\x1b[0m=\"\\u009b\"";
+    const Terminal terminal;
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    using Variables = std::vector<std::pair<const char*, const char*>>;
+    const std::vector<std::tuple<Variables, std::string, std::string>> cases = {
+        {{}, coloured, plain},
+        {{{"TERM", "xterm"}}, coloured, plain},
+        {{{"NO_COLOR", "0"}}, plain, plain},
+        {{{"NO_COLOR", "1"}, {"CLICOLOR_FORCE", "1"}}, plain, plain},
+        {{{"CLICOLOR_FORCE", "1"}, {"TERM", "dumb"}}, coloured, coloured},
+        {{{"CLICOLOR_FORCE", "0"}, {"TERM", "dumb"}}, plain, plain},
+    };
+    for (const auto& [variables, onTerminal, onPipe] : cases) {
+        EXPECT_EQ(shownBy(terminal.program, terminal.screen, variables), onTerminal + "\r\n");
+        EXPECT_EQ(shownBy(ends[1], ends[0], variables), onPipe + "\n");
+    }
+    close(ends[0]);
+    close(ends[1]);
+}
+
+/// A datagram socket keeps the borders of writes.
+TEST(LineConsoleSink, EveryLineIsOneWrite) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
+    const std::string text(1000, 'x');
+    {
+        const Redirection redirection(STDOUT_FILENO, ends[0]);
+        LineConsoleSink sink;
+        sink.append({{"message", "M"}, {"text", text}});
+        sink.append("second");
+    }
+    EXPECT_EQ(readOnce(ends[1]), "M text=" + text + "\n");
+    EXPECT_EQ(readOnce(ends[1]), "second\n");
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(LineConsoleSink, ALineLargerThanANonBlockingPipeArrivesWhole) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(fcntl(ends[1], F_SETFL, O_NONBLOCK), 0);
+    const std::string text(1000000, 'x');
+    std::string received;
+    {
+        const JoiningThread reader([&] {
+            while (received.size() <= text.size()) received += readOnce(ends[0]);
+        });
+        const Redirection redirection(STDOUT_FILENO, ends[1]);
+        LineConsoleSink().append(text);
+    }
+    EXPECT_TRUE(received == text + "\n");
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(LineConsoleSink, LocalTimeShowsItsOffset) {
+    const Message entry = {{"message", "M"}, {"timestamp", "2026-11-18T21:16:42.123Z"}};
+    const std::vector<std::pair<const char*, std::string>> cases = {
+        {"UTC0", "21:16:42.123+00:00 M\n"},
+        {"IST-5:30", "02:46:42.123+05:30 M\n"},
+        {"NST3:30", "17:46:42.123-03:30 M\n"},
+        {"XXX-1YYY-2,J1/0,J365/23", "23:16:42.123+02:00 M\n"},
+    };
+    for (const auto& [zone, line] : cases) {
+        const Environment environment("TZ", zone);
+        tzset();
+        EXPECT_EQ(lineOf(entry), line) << zone;
+    }
+    tzset();
+}
+
+#endif

@@ -1,5 +1,224 @@
 #include "support/Test.h"
 
+#include <Korvel/Extras/MemorySink.h>
 #include <Korvel/Extras/WellFormedSink.h>
 
+#include <nlohmann/json.hpp>
+
+#include <limits>
+
 using namespace Korvel::Extras;
+using Json = nlohmann::json;
+
+static const double INFINITE = std::numeric_limits<double>::infinity();
+static const double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
+/// Above U+10FFFF where that is possible, and a lone surrogate elsewhere.
+static const wchar_t TOO_LARGE = sizeof(wchar_t) > 2 ? static_cast<wchar_t>(0x110000) : L'\xDBFF';
+
+static std::string repaired(const Message& message, WellFormedSinkOptions options = {}) {
+    const auto memory = std::make_shared<MemorySink>(1);
+    WellFormedSink(memory, std::move(options)).append(message);
+    return memory->take().at(0).toJson(false, "");
+}
+
+/// Makes a tree and, beside it, what a reader must find.
+struct HostileTrees {
+    using Pair = std::pair<Message, Json>;
+
+    unsigned upTo(unsigned limit) { return static_cast<unsigned>(random() % limit); }
+    template <class Value>
+    Value fault(Value value) {
+        isHostile = true;
+        return value;
+    }
+
+    std::pair<std::wstring, std::string> text() {
+        std::wstring wide;
+        std::string expected;
+        for (unsigned left = upTo(12); left > 0; --left) {
+            switch (upTo(isGentle ? 4 : 16)) {
+            case 0:
+                wide += L"\xD83D\xDE00", expected += "\xF0\x9F\x98\x80";
+                break;
+            case 1:
+                wide += L"\uD7A3\uE000", expected += "\xED\x9E\xA3\xEE\x80\x80";
+                break;
+            case 2:
+                wide += L"\"\n\u00DF", expected += "\"\n\xC3\x9F";
+                break;
+            case 3:
+                wide += L'\0', expected += '\0';
+                break;
+            case 4:
+                wide += fault(L'\xD800'), expected += "\xEF\xBF\xBD";
+                break;
+            case 5:
+                wide += fault(L'\xDFFF'), expected += "\xEF\xBF\xBD";
+                break;
+            case 6:
+                wide += fault(TOO_LARGE), expected += "\xEF\xBF\xBD";
+                break;
+            default:
+                wide += L"text", expected += "text";
+                break;
+            }
+            // Keeps two lone surrogates from making a pair.
+            if (left > 1) wide += L'.', expected += '.';
+        }
+        return {wide, expected};
+    }
+
+    Pair value(unsigned depth) {
+        switch (upTo(depth < 5 ? 8 : 6)) {
+        case 0:
+            return {Message(), nullptr};
+        case 1:
+            return {true, true};
+        case 2:
+            return {-7, -7};
+        case 3:
+            return {0.5, 0.5};
+        case 4: {
+            if (isGentle) return {2.25, 2.25};
+            const double values[] = {INFINITE, -INFINITE, NOT_A_NUMBER};
+            return {fault(values[upTo(3)]), nullptr};
+        }
+        case 5: {
+            const auto [wide, expected] = text();
+            return {Message(wide), expected};
+        }
+        case 6:
+            return list(depth + 1);
+        default:
+            return map(depth + 1);
+        }
+    }
+
+    Pair list(unsigned depth) {
+        Pair made(Message(std::vector<Message>(upTo(5))), Json::array());
+        for (std::size_t i = 0; i < made.first.size(); ++i) {
+            auto [element, expected] = value(depth);
+            made.first[i] = std::move(element);
+            made.second.push_back(expected);
+        }
+        return made;
+    }
+
+    Pair map(unsigned depth) {
+        Pair made(Message(std::map<std::string, Message>()), Json::object());
+        for (unsigned left = upTo(6); left > 0; --left) {
+            const auto [wide, expected] = text();
+            auto [element, json] = value(depth);
+            made.first[std::to_wstring(left) + wide] = std::move(element);
+            made.second[std::to_string(left) + expected] = json;
+        }
+        return made;
+    }
+
+    std::mt19937_64 random{20261123};
+    bool isGentle = false;
+    bool isHostile = false;
+};
+
+TEST(WellFormedSink, EveryLineOfRandomHostileTreesIsStrictJsonWithTheSameContent) {
+#ifdef KORVEL_QUICK_TESTS
+    constexpr int TREES = 3000;
+#else
+    constexpr int TREES = 100000;
+#endif
+    const TemporaryDirectory directory;
+    const auto file = FileSink::create(directory.path / "log", true, false, UINT64_MAX);
+    WellFormedSink sink(file);
+    HostileTrees trees;
+    std::vector<Json> expected;
+    std::uint64_t hostile = 0;
+    for (int i = 0; i < TREES; ++i) {
+        trees.isHostile = false;
+        trees.isGentle = i % 3 == 0;
+        const auto [message, json] = trees.map(0);
+        sink.append(message);
+        expected.push_back(json);
+        if (trees.isHostile) ++hostile;
+    }
+    std::ifstream lines(directory.path / "log");
+    std::string line;
+    for (const Json& json : expected) {
+        ASSERT_TRUE(std::getline(lines, line));
+        ASSERT_EQ(Json::parse(line), json) << line;
+    }
+    EXPECT_FALSE(std::getline(lines, line)) << line;
+    EXPECT_EQ(sink.state().repairedEntries, hostile);
+}
+
+TEST(WellFormedSink, RepairsEachKindOfFaultAndNothingElse) {
+    const std::wstring manyWords(100, L'w');
+    const struct {
+        Message message;
+        std::string expected;
+    } cases[] = {
+        {INFINITE, "null"},
+        {Message(), "null"},
+        {std::vector<Message>{NOT_A_NUMBER, 1.5, -INFINITE}, "[null,1.5,null]"},
+        {L"\xDC00\xD800", "\"\uFFFD\uFFFD\""},
+        {L"a\xD800", "\"a\uFFFD\""},
+        {manyWords + L"\xDFFF", '"' + std::string(100, 'w') + "\uFFFD\""},
+        {"\xED\xA0\x80 \xED\x9F\xBF", "\"\uFFFD \uD7FF\""},
+        {std::wstring{TOO_LARGE, L'x'}, "\"\uFFFDx\""},
+        {{{L"k\xD800", std::vector<Message>{Message{{L"\xDBFF\xDBFF", L"\xDE00"}}}}},
+         "{\"k\uFFFD\":[{\"\uFFFD\uFFFD\":\"\uFFFD\"}]}"},
+        // The correct keys stay. The others follow in their order, and pass by taken numbers.
+        {{{L"\xD800", 1}, {L"\xD801", 2}, {L"\xDC00", 3}, {L"\uFFFD", 4}, {L"\uFFFD_2", 5}},
+         "{\"\uFFFD\":4,\"\uFFFD_1\":1,\"\uFFFD_2\":5,\"\uFFFD_3\":2,\"\uFFFD_4\":3}"},
+    };
+    for (const auto& [message, expected] : cases) EXPECT_EQ(repaired(message), expected);
+
+    WellFormedSinkOptions options;
+    options.mark = L"repaired";
+    options.maxDepth = 2;
+    EXPECT_EQ(repaired({{"a", NOT_A_NUMBER}, {"repaired", "no"}}, options),
+              R"({"a":null,"repaired":true})");
+    EXPECT_EQ(repaired({{"a", 1}}, options), R"({"a":1})");
+    EXPECT_EQ(repaired({{"a", std::vector<Message>{1, Message{{"b", 2}}, "c"}}}, options),
+              "{\"a\":[1,\"\u2026\",\"c\"],\"repaired\":true}");
+}
+
+TEST(WellFormedSink, ForwardsACleanEntryItselfAndCountsTheOthers) {
+    const Message* seen = nullptr;
+    WellFormedSink sink(
+        std::make_shared<LambdaSink>([&seen](const Message& message) { seen = &message; }));
+    const Message clean{{L"text", L"\u00DF\uD7FF\xD83D\xDE00"}, {L"\uE000", {{"list", 1.5}}}};
+    sink.append(clean);
+    EXPECT_EQ(seen, &clean);
+    const Message faulty{{L"\xD800", INFINITE}, {L"\xD801", 1}, {L"\xD802", 1}};
+    sink.append(faulty);
+    EXPECT_NE(seen, &faulty);
+    const WellFormedSinkState state = sink.state();
+    EXPECT_EQ(state.repairedEntries, 1U);
+    EXPECT_EQ(state.numberedKeys, 2U);
+    EXPECT_EQ(state.cutContainers, 0U);
+}
+
+/// Recursion would overflow the stack of this thread.
+TEST(WellFormedSink, AHundredThousandLevelsNeedNoStack) {
+    constexpr int PAIRS = 50000;  // Of a map and a vector.
+    const auto write = [](int pairs, const std::string& innermost) {
+        std::string text;
+        for (int i = 0; i < pairs; ++i) text += "{\"k\":[";
+        text += innermost;
+        for (int i = 0; i < pairs; ++i) text += "]}";
+        return text;
+    };
+    for (const double innermost : {7.0, INFINITE}) {
+        Message tree(innermost);
+        for (int i = 0; i < PAIRS; ++i) {
+            Message list(std::vector<Message>(1));
+            list[0] = std::move(tree);
+            tree = Message();
+            tree["k"] = std::move(list);
+        }
+        EXPECT_EQ(repaired(tree), write(100, "\"\u2026\""));
+        WellFormedSinkOptions noLimit;
+        noLimit.maxDepth = SIZE_MAX;
+        EXPECT_TRUE(repaired(tree, noLimit) == write(PAIRS, innermost == 7 ? "7" : "null"));
+    }
+}

@@ -1,5 +1,106 @@
 #pragma once
 
 #include <Korvel/Extras/Export.h>
+#include <Korvel/Sink.h>
 
-namespace Korvel::Extras {}  // namespace Korvel::Extras
+#include <chrono>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace Korvel::Extras {
+
+/// A call of a guarded sink that ended in an exception.
+struct GuardedSinkFailure {
+    enum class Operation { Append, Flush };
+
+    Operation operation = Operation::Append;
+    /// Whether the fallback threw, after the target had failed on the same entry.
+    bool isFallback = false;
+    /// The entry; null for a flush. Valid only during the call of the reporter.
+    const Message* entry = nullptr;
+    std::exception_ptr exception;
+    /// What the exception says of itself; "unknown exception" if it is not a `std::exception`.
+    std::string text;
+    /// Failures of this operation of this sink since its last success, with this one.
+    std::uint64_t inARow = 0;
+    /// All failures of this sink, with this one.
+    std::uint64_t total = 0;
+};
+
+struct GuardedSinkOptions {
+    /// Called for each failure; what it throws is ignored. Empty: the default reporter writes to
+    /// standard error.
+    std::function<void(const GuardedSinkFailure&)> reporter;
+    /// Receives each entry that the target failed on; null: such entries are lost.
+    std::shared_ptr<Sink> fallback;
+    /// What the default reporter calls the target.
+    std::string name = "sink";
+    /// The least time between two lines of the default reporter.
+    std::chrono::steady_clock::duration interval = std::chrono::seconds(1);
+};
+
+struct GuardedSinkState {
+    /// Calls of the target that threw.
+    std::uint64_t failures = 0;
+    /// Those since the last success. A flush that succeeds does not end a row of failed appends,
+    /// nor the reverse.
+    std::uint64_t failuresInARow = 0;
+    /// Calls of the fallback that threw.
+    std::uint64_t fallbackFailures = 0;
+    /// Failures that no reporter heard of: those inside a report, and those on which it threw.
+    std::uint64_t unreported = 0;
+    /// The first failure of the current row; nothing if the last calls succeeded.
+    std::optional<std::chrono::system_clock::time_point> failingSince;
+};
+
+/// A Sink that forwards to another Sink and lets no exception out.
+///
+/// Behind a guard, a sink that throws neither ends the worker of a SinkHandler nor keeps the entry
+/// from the sinks after it. Each failure is counted and reported. With a fallback, the failed entry
+/// goes there instead; flush always goes to both. A null target fails on every call, so the
+/// fallback also replaces a target that could not be created.
+///
+/// The default reporter writes one line to standard error, at most one in each interval. Failures
+/// in between are swallowed, and their number is told in the next line: at the next failure, at the
+/// first success after the interval, or in the destructor, which does not wait for the interval.
+/// The line shows at most 300 bytes of the exception's text, and bytes outside of printable ASCII as
+/// `?`.
+///
+/// For writers of reporters: the reporter runs inside append or flush, so on the worker thread of a
+/// SinkHandler, where log and flush of this handler throw. It must not wait for other threads that
+/// log. What a sink fails at while a reporter runs on the same thread is counted, not reported, so
+/// a reporter may use a guarded sink, even this one.
+///
+/// Not promised: a target that fails in silence, as FileSink does on a full disk, does not fail
+/// here. A target may have written part of an entry before it threw, and then fallback and target
+/// both have it.
+///
+/// Errors: append and flush never throw.
+///
+/// Threads: takes no lock for a call that succeeds. Target, fallback and reporter are called on the
+/// thread that calls append or flush, concurrently if these are. state may be called from any
+/// thread, also by a reporter.
+///
+/// Ownership: shares target and fallback; the destructor does not flush them.
+class KORVEL_EXTRAS_API GuardedSink : public Sink {
+public:
+    explicit GuardedSink(std::shared_ptr<Sink> target, GuardedSinkOptions options = {});
+    ~GuardedSink() override;
+
+    void flush() noexcept override;
+    void append(const Message& message) noexcept override;
+
+    /// The counts since construction, all of the same moment.
+    GuardedSinkState state();
+
+private:
+    struct State;
+
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace Korvel::Extras

@@ -1,5 +1,74 @@
 #pragma once
 
 #include <Korvel/Extras/Export.h>
+#include <Korvel/Message.h>
+#include <Korvel/Sink.h>
 
-namespace Korvel::Extras {}  // namespace Korvel::Extras
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+
+namespace Korvel::Extras {
+
+/// A Sink that keeps the last entries in memory: for tests of code that logs, and to write out what
+/// led to an error once the error is there.
+///
+/// Entries are copies, oldest first. An entry above the capacity pushes out the oldest, which is
+/// counted and gone.
+///
+/// Limits: the capacity counts entries, not bytes; a sink of capacity 0 keeps none.
+///
+/// Not promised: the sink holds what has been delivered. Entries still in the queue of a
+/// SinkHandler arrive after its flush, or waitFor waits for them.
+///
+/// Errors: append throws `std::bad_alloc` if there is no memory for the copy, and then keeps what
+/// it had.
+///
+/// Threads: every operation may be called from any thread.
+class KORVEL_EXTRAS_API MemorySink : public Sink {
+public:
+    using Entries = std::deque<Message>;
+
+    explicit MemorySink(std::size_t capacity);
+    ~MemorySink() override;
+
+    /// Does nothing: an entry is there when its append returns.
+    void flush() override;
+    void append(const Message& message) override;
+
+    /// Copies of the kept entries.
+    Entries entries();
+    /// Copies of those whose key "message" is the text `type`.
+    Entries entries(const std::string& type);
+    /// Hands over the kept entries and keeps none of them.
+    Entries take();
+    /// The number of entries that were pushed out.
+    std::uint64_t dropped();
+
+    /// Waits until `predicate` accepts the kept entries, and returns whether it did within `limit`.
+    /// It is asked at once and after each append, under the lock of the sink: it must not call the
+    /// sink. Its exceptions propagate. A limit above a year is a year.
+    bool waitFor(const std::function<bool(const Entries&)>& predicate,
+                 std::chrono::milliseconds limit);
+
+    /// Hands the entries that are kept at the call over to `sink`, oldest first, and keeps none of
+    /// them, so a second dump does not repeat the first. Nothing is added, and a key with a time
+    /// keeps the time of the entry. Does not flush `sink`. Entries that arrive meanwhile stay,
+    /// unless they have pushed out some of those.
+    ///
+    /// An exception from `sink` propagates: the entry that met it is gone, those after it stay.
+    void dumpTo(Sink& sink);
+
+private:
+    const std::size_t capacity_;
+    std::condition_variable arrived_;
+    // Guarded by sinkLock.
+    Entries entries_;
+    std::uint64_t dropped_ = 0;
+};
+
+}  // namespace Korvel::Extras
