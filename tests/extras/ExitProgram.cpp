@@ -1,8 +1,10 @@
-// exit_program CASE FILE: logs 20,000 entries to FILE and ends in the way of the case.
+// exit_program PIECE CASE FILE: logs 20,000 entries to FILE, through a FlushAtExit or a Logging,
+// and ends in the way of the case.
 
 #include <Korvel/Extras.h>
 #include <Korvel/Korvel.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -26,20 +28,23 @@ using namespace Korvel::Extras;
 
 namespace {
 
-std::shared_ptr<SinkHandler> handler;
+std::shared_ptr<Logger> logger;
+std::atomic<bool> isStuck = false;
 
 [[noreturn]] void waitForTheEnd() {
     for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
-/// A sink that never returns from flush.
+/// A sink that does not return from flush while isStuck.
 struct StuckSink : Sink {
     void append(const Message&) override {}
-    void flush() override { waitForTheEnd(); }
+    void flush() override {
+        if (isStuck) waitForTheEnd();
+    }
 };
 
 void logEntries() {
-    for (int i = 0; i < 20'000; ++i) handler->log("Entry", i);
+    for (int i = 0; i < 20'000; ++i) logger->log("Entry", i);
 }
 
 void throwUncaught() {
@@ -58,7 +63,7 @@ void throwUncaught() {
 
 /// Logs while static objects are destroyed.
 struct LoggingStatic {
-    ~LoggingStatic() { handler->log("Static", {}); }
+    ~LoggingStatic() { logger->log("Static", {}); }
 };
 
 void exitWithStatic() {
@@ -73,6 +78,8 @@ void terminateInSecondThread() {
 }
 
 const std::map<std::string, std::function<void()>> COMMON_CASES = {
+    {"return", logEntries},
+    {"stuck return", [] { isStuck = true; }},
     {"exit", exitWithStatic},
     {"uncaught", throwUncaught},
     {"uncaught in a thread", terminateInSecondThread},
@@ -84,7 +91,7 @@ const std::map<std::string, std::function<void()>> COMMON_CASES = {
     {"terminate handler", throwUncaught},
     {"stuck",
      [] {
-         handler->installSink(std::make_shared<StuckSink>());
+         isStuck = true;
          std::exit(0);
      }},
 };
@@ -147,7 +154,7 @@ void sendAndWait(int number) {
 /// The first signal waits for a flush that never ends. Its handler has run when kill returns,
 /// because no other thread could take it.
 void sendSecondSignal() {
-    handler->installSink(std::make_shared<StuckSink>());
+    isStuck = true;
     raise(SIGTERM);
     raise(SIGINT);
     waitForTheEnd();
@@ -198,25 +205,45 @@ void prepare(const std::string& name) {
 
 #endif
 
-}  // namespace
-
-int main(int count, char** arguments) {
-    if (count != 3) return 3;
-    const std::string name = arguments[1];
-    handler = std::make_shared<SinkHandler>();
-    handler->installSink(FileSink::create(arguments[2], true, false, 1 << 20));
-    if (name == "terminate handler") std::set_terminate(leaveWithCodeOfException);
-    prepare(name);
-
-    FlushAtExitOptions options;
-    options.atSignals = true;
-    options.limit = std::chrono::hours(1);
-    if (name == "stuck") options.limit = std::chrono::milliseconds(50);
-    const FlushAtExit atExit(handler, options);
-    // The end of another one changes nothing.
-    { const FlushAtExit other(handler, options); }
-
+void end(const std::string& name) {
     auto found = COMMON_CASES.find(name);
     if (found == COMMON_CASES.end()) found = PLATFORM_CASES.find(name);
     found->second();
+}
+
+void useFlushAtExit(const std::string& name, const char* file, const FlushAtExitOptions& options) {
+    const auto handler = std::make_shared<SinkHandler>();
+    handler->installSink(FileSink::create(file, true, false, 1 << 20));
+    handler->installSink(std::make_shared<StuckSink>());
+    logger = handler;
+    const FlushAtExit atExit(handler, options);
+    // The end of another one changes nothing.
+    { const FlushAtExit other(handler, options); }
+    end(name);
+}
+
+void useLogging(const std::string& name, const char* file, const FlushAtExitOptions& exit) {
+    LoggingOptions options;
+    options.exit = exit;
+    options.hasTimestamp = false;
+    options.hasThread = false;
+    const Logging logging =
+        LoggingBuilder(options).file(file).sink("stuck", std::make_shared<StuckSink>()).start();
+    logger = logging.chain();
+    end(name);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 4) return 3;
+    const std::string name = arguments[2];
+    if (name == "terminate handler") std::set_terminate(leaveWithCodeOfException);
+    prepare(name);
+    FlushAtExitOptions options;
+    options.atSignals = true;
+    options.limit = std::chrono::hours(1);
+    if (name.find("stuck") == 0) options.limit = std::chrono::milliseconds(50);
+    const bool isLogging = std::string(arguments[1]) == "Logging";
+    (isLogging ? useLogging : useFlushAtExit)(name, arguments[3], options);
 }
