@@ -1,5 +1,5 @@
 // job_server [DIRECTORY]: summarises the orders of 500 customers on four threads. The console shows
-// what needs attention; DIRECTORY/jobs.jsonl, which is rotated at 50 kB, has everything.
+// what needs attention; DIRECTORY/jobs.jsonl, which is rotated at 100 kB, has everything.
 
 #include <Korvel/Extras.h>
 
@@ -85,8 +85,7 @@ int main(int count, char** arguments) try {
     options.severity = Severity::Debug;
     options.exit.atSignals = true;
     ReopeningFileSinkOptions file;
-    file.maxBytes = 50'000;
-    file.keptFiles = 9;
+    file.maxBytes = 100'000;
     const auto logging = LoggingBuilder(options)
                              .console({}, severityAtLeast(Severity::Warning))
                              .file(directory / "jobs.jsonl", file)

@@ -13,11 +13,11 @@ TIME = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z")
 
 
 def entries_of(directory):
-    rotated = [directory / f"jobs.jsonl.{number}" for number in range(9, 0, -1)]
+    rotated = [directory / f"jobs.jsonl.{number}" for number in range(5, 0, -1)]
     files = [file for file in rotated if file.exists()] + [directory / "jobs.jsonl"]
     assert len(files) > 2, "was not rotated"
     for file in files:
-        assert file.stat().st_size <= 50_000, file
+        assert file.stat().st_size <= 100_000, file
         for line in file.read_text(encoding="utf-8").splitlines():
             yield json.loads(line)
 
