@@ -11,10 +11,6 @@ namespace {
 using Korvel::Message;
 using std::filesystem::file_type;
 
-/// How many entries may pass before a walker waits for the log. The logger's queue has no limit,
-/// and walkers find files faster than one file takes lines.
-constexpr std::uint64_t ENTRIES_BETWEEN_FLUSHES = 4096;
-
 const wchar_t* kindOf(file_type type) {
     switch (type) {
     case file_type::regular:
@@ -102,8 +98,7 @@ void Journal::countFile(const FileFacts& facts) {
 
 void Journal::write(const std::wstring& type, const Message& entry) {
     if (!logger_->log(type, entry)) throw std::runtime_error("The logger has refused an entry.");
-    // Whichever walker gets here waits, in the end all of them, so the queue stays bounded.
-    if (++entries_ % ENTRIES_BETWEEN_FLUSHES == 0) logger_->flush();
+    ++entries_;
 }
 
 }  // namespace DiskCheck

@@ -4,10 +4,11 @@
 
 #include <Korvel/ConsoleSink.h>
 #include <Korvel/Extender.h>
+#include <Korvel/Extras/BoundedLogger.h>
 #include <Korvel/Filter.h>
 #include <Korvel/Functions.h>
 
-#include <atomic>
+#include <chrono>
 #include <iostream>
 #include <limits>
 #include <stdexcept>
@@ -16,25 +17,15 @@
 
 namespace DiskCheck {
 
-/// Counts the entries that all sinks installed before it have accepted. A sink that throws ends
-/// delivery without a report, which this count reveals.
-class DeliveryCount : public Korvel::Sink {
-public:
-    void flush() override {}
-
-    void append(const Korvel::Message&) override { ++count_; }
-
-    std::uint64_t count() const { return count_; }
-
-private:
-    std::atomic<std::uint64_t> count_ = 0;
-};
-
 namespace {
 
 using Korvel::Message;
 
 constexpr std::uint64_t ALL_ONES = (std::numeric_limits<std::uint64_t>::max)();
+
+/// Walkers find files faster than one file takes lines, so they have to wait for the log.
+constexpr std::uint64_t MOST_WAITING = 4096;
+constexpr std::chrono::hours LONGEST_WAIT{24};
 
 /// Clears the progress line while its target writes to the terminal.
 class AsideSink : public Korvel::Sink {
@@ -78,7 +69,6 @@ std::shared_ptr<Korvel::Logger> makeExtenders(std::shared_ptr<Korvel::Logger> lo
 LogChain::LogChain(const std::filesystem::path& directory, Progress& progress,
                    std::shared_ptr<Korvel::Sink> staging)
     : path_(directory / "disk_check.jsonl"),
-      delivered_(std::make_shared<DeliveryCount>()),
       handler_(std::make_shared<Korvel::SinkHandler>(false)) {
     makeDirectory(directory);
     file_ = std::make_shared<Korvel::FileSink>(path_, true, false, ALL_ONES);
@@ -86,9 +76,12 @@ LogChain::LogChain(const std::filesystem::path& directory, Progress& progress,
     handler_->installSink(file_);
     handler_->installSink(std::move(staging));  // A null sink is refused without harm.
     handler_->installSink(makeConsole(progress));
-    handler_->installSink(delivered_);  // Installed last, so it counts what all sinks took.
     handler_->startProcessing();
-    logger_ = makeExtenders(handler_);
+    monitor_ = std::make_shared<Korvel::Extras::Monitor>(handler_);
+    Korvel::Extras::BoundedLoggerOptions bounds;
+    bounds.ceiling = MOST_WAITING;
+    bounds.wait = LONGEST_WAIT;
+    logger_ = makeExtenders(std::make_shared<Korvel::Extras::BoundedLogger>(monitor_, bounds));
 }
 
 LogChain::~LogChain() = default;
@@ -100,8 +93,9 @@ const std::shared_ptr<Korvel::Logger>& LogChain::logger() const {
 void LogChain::close(std::uint64_t entries) {
     handler_->stopProcessing();
     requireFile();
-    if (delivered_->count() != entries) {
-        throw std::runtime_error("Only " + std::to_string(delivered_->count()) + " of " +
+    const std::uint64_t delivered = monitor_->snapshot().delivered;
+    if (delivered != entries) {
+        throw std::runtime_error("Only " + std::to_string(delivered) + " of " +
                                  std::to_string(entries) + " entries have been delivered.");
     }
     if (!std::cout) throw std::runtime_error("Cannot write to standard output.");

@@ -2,6 +2,7 @@
 
 #include "Progress.h"
 
+#include <Korvel/Extras/Monitor.h>
 #include <Korvel/FileSink.h>
 #include <Korvel/Logger.h>
 #include <Korvel/SinkHandler.h>
@@ -11,8 +12,6 @@
 #include <memory>
 
 namespace DiskCheck {
-
-class DeliveryCount;
 
 /// The logger of this program with everything that it delivers to: all entries go to a file, the
 /// ones for people to standard output as well.
@@ -27,8 +26,8 @@ public:
              std::shared_ptr<Korvel::Sink> staging);
     ~LogChain();
 
-    /// Every entry gets "timestamp", "thread", and as "number" how many entries its thread has
-    /// logged with it.
+    /// It makes the caller wait while too many entries are queued. Every entry gets "timestamp",
+    /// "thread", and as "number" how many entries its thread has logged with it.
     const std::shared_ptr<Korvel::Logger>& logger() const;
 
     /// Delivers what is queued and checks that all `entries` logged have reached the sinks, and
@@ -40,8 +39,9 @@ private:
 
     const std::filesystem::path path_;
     std::shared_ptr<Korvel::FileSink> file_;
-    std::shared_ptr<DeliveryCount> delivered_;
     std::shared_ptr<Korvel::SinkHandler> handler_;
+    /// Its count reveals a sink that has thrown, which ends delivery without a report.
+    std::shared_ptr<Korvel::Extras::Monitor> monitor_;
     std::shared_ptr<Korvel::Logger> logger_;
 };
 

@@ -182,8 +182,6 @@ Message describe(const std::exception_ptr& thrown, int depth) {
         return description;
     } catch (const char* text) {
         return describeCaught(FromText::convert(text));
-    } catch (const std::string& text) {
-        return describeCaught(FromText::convert(text));
     } catch (...) {
         return describeCaught(Message());
     }

@@ -193,7 +193,7 @@ TEST(ToMessage, TextThatIsNotUnicodeIsReplacedAndNeverThrows) {
         {toMessage('\xE9'), mark},
         {toMessage(std::filesystem::path(name)), "a" + mark},
         {toMessage(std::runtime_error("\xE9t\xE9")).at("text"), mark + "t" + mark},
-        {toMessage(std::make_exception_ptr("\xFF"s)).at("text"), mark},
+        {toMessage(std::make_exception_ptr("\xFF")).at("text"), mark},
     };
     for (const auto& [message, expected] : cases) EXPECT_EQ(message.getString(), expected);
     EXPECT_EQ(toMessage(std::map<std::string, int>{{"\xFE", 1}, {"\xFF", 2}}).toJson(false, ""),

@@ -28,7 +28,7 @@ namespace Korvel::Extras {
 /// | `std::pair`, `std::tuple` | Vector |
 /// | a map with unique text keys | Map |
 /// | any other range: a container, a view, an array | Vector |
-/// | any other map: a Vector of pairs, each a Vector of the key and the value | Vector |
+/// | any other map, and a multimap | Vector of pairs, each a Vector of the key and the value |
 /// | `std::chrono::duration` | its count, in its own unit: 1500 for `1500ms` and for `1500us` |
 /// | `time_point` of `system_clock` | String in the form of createIso8601String |
 /// | an enumerator | its number |
@@ -52,7 +52,7 @@ namespace Korvel::Extras {
 /// ms and us convert to a unit that does not change with the type of the argument.
 ///
 /// Exceptions: a Map of "type", the name of the dynamic type; "text", its `what()`, Null if it is
-/// no `std::exception` and no thrown text; "code", as of `std::error_code`, only for
+/// neither a `std::exception` nor a `const char*`; "code", as of `std::error_code`, only for
 /// `std::system_error`; and "nested", only with an exception that `std::throw_with_nested` has
 /// added, in the same form. At most 16 nested exceptions are shown; if there are more, the last one
 /// has "nestedOmitted", true. Names of types are those of the compiler. A null `exception_ptr` is a

@@ -98,18 +98,10 @@ inline constexpr bool isNumber<T, true> = sizeof(T) <= sizeof(std::int64_t);
 template <class T, class Text>
 inline constexpr bool becomes = std::is_convertible_v<const T&, Text>;
 
-template <class T>
-inline constexpr bool isNarrow = becomes<T, std::string> || becomes<T, std::string_view>;
-template <class T>
-inline constexpr bool isWide = becomes<T, std::wstring> || becomes<T, std::wstring_view>;
-
-/// What a text converts to, best without a copy. A type that converts to narrow and to wide text is
-/// none: it can be one that converts to anything, and fails at run time.
+/// What a text converts to, best without a copy.
 template <class T>
 constexpr auto textOf() {
-    if constexpr (isNarrow<T> && isWide<T>) {
-        return Tag<void>();
-    } else if constexpr (becomes<T, std::string_view>) {
+    if constexpr (becomes<T, std::string_view>) {
         return Tag<std::string_view>();
     } else if constexpr (becomes<T, std::wstring_view>) {
         return Tag<std::wstring_view>();
@@ -131,6 +123,13 @@ constexpr auto textOf() {
 }
 template <class T>
 using Text = typename decltype(textOf<T>())::Type;
+
+/// A type that converts to narrow and to wide text is no text: it can be one that converts to
+/// anything, and fails at run time.
+template <class T>
+inline constexpr bool isText =
+    !std::is_void_v<Text<T>> && !((becomes<T, std::string> || becomes<T, std::string_view>)&&(
+                                    becomes<T, std::wstring> || becomes<T, std::wstring_view>));
 
 template <class T>
 inline constexpr bool isNull =
@@ -182,7 +181,7 @@ template <class T>
 inline constexpr bool
     isMap<T, std::void_t<typename T::mapped_type, decltype(std::declval<const T&>().at(
                                                       std::declval<typename T::key_type>()))>> =
-        !std::is_void_v<Text<typename T::key_type>>;
+        isText<typename T::key_type>;
 
 /// A range of its own type has no end, as `std::filesystem::path` shows: a file name is a path
 /// whose only element is itself.

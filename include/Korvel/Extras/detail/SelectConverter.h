@@ -54,7 +54,7 @@ constexpr auto getConverter() {
         return FromNumber();
     } else if constexpr (isPath<T>) {
         return FromPath();
-    } else if constexpr (!std::is_void_v<Text<T>>) {
+    } else if constexpr (isText<T>) {
         return FromText();
     } else if constexpr (!std::is_same_v<decltype(getScalarConverter<T>()), FromUnknown>) {
         return getScalarConverter<T>();
