@@ -1,5 +1,74 @@
-#include "support/Test.h"
+#include "extras/ExitCases.h"
 
 #include <Korvel/Extras/FlushAtExit.h>
 
 using namespace Korvel::Extras;
+
+TEST(FlushAtExit, AllEntriesAreInTheFileAfterExitAndTerminate) {
+    expectEnds("FlushAtExit", {
+                                  {"exit", 0, lines("{\"message\":\"Static\"}\n")},
+                                  {"uncaught", ABORTED, lines()},
+                                  {"uncaught in a thread", ABORTED, lines()},
+                                  {"terminate", ABORTED, lines()},
+                                  {"terminate handler", 42, lines()},
+                              });
+}
+
+TEST(FlushAtExit, LastObjectPutsBackWhatWasInstalledBefore) {
+    const std::terminate_handler terminateHandler = std::get_terminate();
+    void (*const own)(int) = [](int) {};
+    const auto previous = std::signal(SIGINT, own);
+    const auto handler = std::make_shared<SinkHandler>();
+    FlushAtExitOptions options;
+    options.atSignals = true;
+    auto first = std::make_unique<FlushAtExit>(handler, options);
+    const std::terminate_handler installed = std::get_terminate();
+    auto second = std::make_unique<FlushAtExit>(handler, options);
+    first.reset();
+    EXPECT_NE(installed, terminateHandler);
+    EXPECT_EQ(std::get_terminate(), installed);
+    second.reset();
+    EXPECT_EQ(std::get_terminate(), terminateHandler);
+    EXPECT_EQ(std::signal(SIGINT, previous), own);
+}
+
+TEST(FlushAtExit, SinkThatNeverReturnsDelaysTheEndOnlyByTheLimit) {
+    expectEnds("FlushAtExit", {{"stuck", 0, ""}});
+}
+
+#ifdef _WIN32
+
+TEST(FlushAtExit, AllEntriesAreInTheFileBeforeTheNextHandlerOfAControlEvent) {
+    expectEnds("FlushAtExit", {{"break", 43, lines()}});
+}
+
+#else
+
+TEST(FlushAtExit, AllEntriesAreInTheFileAfterASignalThatStillTakesItsCourse) {
+    expectEnds("FlushAtExit", {
+                                  {"SIGTERM", -SIGTERM, lines()},
+                                  {"SIGINT", -SIGINT, lines()},
+                                  {"signal handler", 0, lines(lines())},
+                                  {"ignored signal", -SIGTERM, lines()},
+                              });
+}
+
+TEST(FlushAtExit, FirstProcessOfAContainerEndsThoughTheSystemIgnoresItsSignal) {
+    if (std::system("unshare --pid --fork true 2>/dev/null") != 0) {
+        GTEST_SKIP() << "This user may not make a container";
+    }
+    const TemporaryDirectory directory;
+    EXPECT_EQ(runProgram("FlushAtExit", "SIGTERM", directory.path / "log", "unshare --pid --fork"),
+              128 + SIGTERM);
+    EXPECT_TRUE(readFile(directory.path / "log") == lines());
+}
+
+TEST(FlushAtExit, SecondSignalDoesNotWaitForTheFlushOfTheFirst) {
+    expectEnds("FlushAtExit", {{"second signal", -SIGINT, ""}});
+}
+
+TEST(FlushAtExit, ForkedChildEndsByItselfAndLeavesTheParentAlone) {
+    expectEnds("FlushAtExit", {{"fork", -SIGTERM, lines()}});
+}
+
+#endif

@@ -1,5 +1,147 @@
-#include "support/Test.h"
+#include "extras/ExitCases.h"
 
+#include <Korvel/Extras/Context.h>
 #include <Korvel/Extras/Logging.h>
+#include <Korvel/Extras/MemorySink.h>
+
+#include <nlohmann/json.hpp>
+
+#include <regex>
 
 using namespace Korvel::Extras;
+
+namespace {
+
+/// Without what differs from run to run.
+LoggingOptions plainOptions() {
+    LoggingOptions options;
+    options.hasTimestamp = false;
+    options.hasThread = false;
+    return options;
+}
+
+}  // namespace
+
+TEST(Logging, NoEntryEndsTheDeliveryOfTheOthers) {
+    const TemporaryDirectory directory;
+    const auto failing =
+        std::make_shared<LambdaSink>([](const Message&) { throw std::runtime_error("no disk"); });
+    const auto memory = std::make_shared<MemorySink>(100);
+    std::vector<std::string> reports;
+    LoggingOptions options = plainOptions();
+    options.guard.reporter = [&](const GuardedSinkFailure& failure) {
+        reports.push_back(failure.text);
+    };
+    const auto hasUser = [](const Message& entry) { return entry.at("user").getString() != ""; };
+    {
+        const Logging logging = LoggingBuilder(options)
+                                    .sink("failing", failing)
+                                    .file(directory.path / "users.jsonl", {}, hasUser)
+                                    .file(directory.path / "all.jsonl")
+                                    .sink("memory", memory)
+                                    .start();
+        const SeverityLogger& log = logging.logger();
+        EXPECT_TRUE(log.info("Absent", {{"n", 1}}));
+        EXPECT_TRUE(log.info("Lone", {{L"user", L"\xD800"}}));
+        EXPECT_TRUE(log.info(L"\xDFFF", {{"n", 0.0 / 0.0}, {"user", "Zoë"}}));
+        log.flush();
+        const MonitorSnapshot snapshot = logging.snapshot();
+        EXPECT_EQ(snapshot.delivered, 3U);
+        EXPECT_EQ(snapshot.restarts, 0U);
+        const std::map<std::string, std::uint64_t> failed = {
+            {"all.jsonl", 0}, {"failing", 3}, {"memory", 0}, {"users.jsonl", 1}};
+        EXPECT_EQ(snapshot.failed, failed);
+        log.info("Last");
+    }
+    EXPECT_EQ(readFile(directory.path / "all.jsonl"),
+              "{\"message\":\"Absent\",\"n\":1,\"severity\":\"info\"}\n"
+              "{\"message\":\"Lone\",\"severity\":\"info\",\"user\":\"\uFFFD\"}\n"
+              "{\"message\":\"\uFFFD\",\"n\":null,\"severity\":\"info\",\"user\":\"Zoë\"}\n"
+              "{\"message\":\"Last\",\"severity\":\"info\"}\n");
+    EXPECT_EQ(readFile(directory.path / "users.jsonl"),
+              "{\"message\":\"Lone\",\"severity\":\"info\",\"user\":\"\uFFFD\"}\n"
+              "{\"message\":\"\uFFFD\",\"n\":null,\"severity\":\"info\",\"user\":\"Zoë\"}\n");
+    EXPECT_EQ(memory->entries().size(), 4U);
+    EXPECT_EQ(std::count(reports.begin(), reports.end(), "no disk"), 4);
+}
+
+TEST(Logging, EntryHasTimeThreadContextAndSeverity) {
+    const TemporaryDirectory directory;
+    std::ostringstream thread;
+    thread << std::this_thread::get_id();
+    LoggingOptions options;
+    options.hasLocation = true;
+    {
+        const auto logging = LoggingBuilder(options).file(directory.path / "log").start();
+        const Context request({{"request", 17}});
+        EXPECT_FALSE(logging.logger().debug("Hidden"));
+        logging.logger().threshold()->set(Severity::Debug);
+        EXPECT_TRUE(logging.logger().debug("Shown", {{"n", 1}}));
+    }
+    auto entry = nlohmann::json::parse(readFile(directory.path / "log"));
+    EXPECT_TRUE(std::regex_match(entry["timestamp"].get<std::string>(),
+                                 std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)")));
+    entry.erase("timestamp");
+    EXPECT_EQ(entry["source"]["file"], __FILE__);
+    entry.erase("source");
+    EXPECT_EQ(entry, nlohmann::json({{"message", "Shown"},
+                                     {"n", 1},
+                                     {"request", 17},
+                                     {"severity", "debug"},
+                                     {"thread", thread.str()}}));
+}
+
+TEST(Logging, EndTellsWhatWasRefusedAndLaterEntriesAreRefusedToo) {
+    const TemporaryDirectory directory;
+    const auto holding = std::make_shared<HoldingSink>();
+    LoggingOptions options = plainOptions();
+    options.ceiling->ceiling = 4;
+    std::optional<SeverityLogger> copy;
+    {
+        const auto logging =
+            LoggingBuilder(options).file(directory.path / "log").sink("holding", holding).start();
+        copy = logging.logger();
+        std::string results;
+        for (int i = 0; i < 5; ++i) results += copy->info("Entry", i) ? '1' : '0';
+        EXPECT_EQ(results, "11100");
+        holding->released.open();
+    }
+    EXPECT_FALSE(copy->info("Late"));
+    std::istringstream lines(readFile(directory.path / "log"));
+    std::string line;
+    for (int i = 0; i < 3; ++i) std::getline(lines, line);
+    std::getline(lines, line);
+    auto note = nlohmann::json::parse(line);
+    note.erase("since");
+    EXPECT_EQ(note, nlohmann::json({{"bySeverity", {{"info", 2}}},
+                                    {"message", "EntriesRefused"},
+                                    {"number", 2},
+                                    {"severity", "warning"}}));
+    EXPECT_FALSE(std::getline(lines, line));
+    // The sinks are released, though the copy of the logger lives.
+    EXPECT_EQ(holding.use_count(), 1);
+}
+
+TEST(Logging, FileThatCannotBeOpenedIsAnErrorAtOnce) {
+    const TemporaryDirectory directory;
+    LoggingBuilder builder(plainOptions());
+    EXPECT_THROW(builder.file(directory.path / "absent" / "log"),
+                 std::filesystem::filesystem_error);
+    { const auto logging = builder.file(directory.path / "log").start(); }
+    EXPECT_EQ(readFile(directory.path / "log"), "");
+}
+
+TEST(Logging, AllEntriesAreInTheFileHoweverTheProcessEnds) {
+    expectEnds("Logging", {
+                              {"return", 0, lines()},
+                              {"exit", 0, lines("{\"message\":\"Static\"}\n")},
+                              {"uncaught", ABORTED, lines()},
+                              {"uncaught in a thread", ABORTED, lines()},
+                              {"stuck", 0, ""},
+                              {"stuck return", 0, ""},
+#ifndef _WIN32
+                              {"SIGTERM", -SIGTERM, lines()},
+                              {"fork", -SIGTERM, lines()},
+#endif
+                          });
+}
