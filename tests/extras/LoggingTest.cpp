@@ -6,8 +6,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <regex>
-
 using namespace Korvel::Extras;
 
 namespace {
@@ -78,17 +76,15 @@ TEST(Logging, EntryHasTimeThreadContextAndSeverity) {
         logging.logger().threshold()->set(Severity::Debug);
         EXPECT_TRUE(logging.logger().debug("Shown", {{"n", 1}}));
     }
-    auto entry = nlohmann::json::parse(readFile(directory.path / "log"));
-    EXPECT_TRUE(std::regex_match(entry["timestamp"].get<std::string>(),
-                                 std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)")));
-    entry.erase("timestamp");
+    auto entry = nlohmann::json::parse(withoutTimes(readFile(directory.path / "log")));
     EXPECT_EQ(entry["source"]["file"], __FILE__);
     entry.erase("source");
     EXPECT_EQ(entry, nlohmann::json({{"message", "Shown"},
                                      {"n", 1},
                                      {"request", 17},
                                      {"severity", "debug"},
-                                     {"thread", thread.str()}}));
+                                     {"thread", thread.str()},
+                                     {"timestamp", "TIME"}}));
 }
 
 TEST(Logging, EndTellsWhatWasRefusedAndLaterEntriesAreRefusedToo) {
