@@ -6,7 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include <regex>
+#include <algorithm>
+#include <sstream>
 
 using namespace Korvel::Extras;
 
@@ -79,8 +80,10 @@ TEST(Logging, EntryHasTimeThreadContextAndSeverity) {
         EXPECT_TRUE(logging.logger().debug("Shown", {{"n", 1}}));
     }
     auto entry = nlohmann::json::parse(readFile(directory.path / "log"));
-    EXPECT_TRUE(std::regex_match(entry["timestamp"].get<std::string>(),
-                                 std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)")));
+    std::string time = entry["timestamp"];
+    std::replace_if(
+        time.begin(), time.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
+    EXPECT_EQ(time, "0000-00-00T00:00:00.000Z");
     entry.erase("timestamp");
     EXPECT_EQ(entry["source"]["file"], __FILE__);
     entry.erase("source");
