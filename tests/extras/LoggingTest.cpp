@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+
 using namespace Korvel::Extras;
 
 namespace {
