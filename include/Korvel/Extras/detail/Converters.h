@@ -168,8 +168,19 @@ struct FromPath : Leaf {
 struct FromTime : Leaf {
     template <class T>
     static Message convert(const T& time) {
+        return Message(createIso8601String(clamp(time)));
+    }
+
+private:
+    /// A coarser unit reaches further than the clock. Seconds as a double can represent both.
+    template <class T>
+    static std::chrono::system_clock::time_point clamp(const T& time) {
         using Clock = std::chrono::system_clock;
-        return Message(createIso8601String(std::chrono::floor<Clock::duration>(time)));
+        using Seconds = std::chrono::duration<double>;
+        const Seconds seconds(time.time_since_epoch());
+        if (!(seconds < Seconds((Clock::duration::max)()))) return (Clock::time_point::max)();
+        if (!(seconds > Seconds((Clock::duration::min)()))) return (Clock::time_point::min)();
+        return std::chrono::floor<Clock::duration>(time);
     }
 };
 
@@ -187,7 +198,7 @@ struct FromException : Leaf {
     }
 };
 
-/// Whatever else a Message can be made from, such as a class that converts to Message.
+/// Whatever else converts to Message, such as `std::atomic<bool>`.
 struct FromConvertible : Leaf {
     template <class T>
     static Message convert(const T& value) {

@@ -44,8 +44,12 @@ constexpr auto getScalarConverter() {
 
 template <class T>
 constexpr auto getConverter() {
-    if constexpr (Lookup::isOwn<T>) {
+    if constexpr (std::is_volatile_v<T>) {
+        return FromUnknown();
+    } else if constexpr (Lookup::isOwn<T>) {
         return FromOwn();
+    } else if constexpr (isMessage<T>) {
+        return FromConvertible();
     } else if constexpr (isNull<T>) {
         return FromNull();
     } else if constexpr (isCharacter<T>) {
@@ -77,7 +81,7 @@ constexpr bool areSupported(Types<Seen...>, Types<Part...>) {
 }
 
 /// Judges the whole type at once, so that an error names the type that the user wrote. A type that
-/// contains itself is met again in `Seen`.
+/// contains itself appears again in `Seen`.
 ///
 /// Whoever asserts it writes the condition and the sentence in place, because each template in
 /// between would add a line to the error.
