@@ -62,7 +62,8 @@ std::uint64_t MemorySink::dropped() {
 bool MemorySink::waitFor(const std::function<bool(const Entries&)>& predicate,
                          std::chrono::milliseconds limit) {
     std::unique_lock<std::mutex> guard(sinkLock);
-    return arrived_.wait_for(guard, std::clamp(limit, std::chrono::milliseconds::zero(), MAX_WAIT), [&] { return predicate(entries_); });
+    return arrived_.wait_for(guard, std::clamp(limit, std::chrono::milliseconds::zero(), MAX_WAIT),
+                             [&] { return predicate(entries_); });
 }
 
 void MemorySink::dumpTo(Sink& sink) {

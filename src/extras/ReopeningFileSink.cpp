@@ -40,8 +40,8 @@ fs::path numbered(fs::path path, unsigned number) {
 }
 
 /// Renames `path` to number 1 after it has made that free. Shifts only files up to the first free
-/// number: if the last rename keeps failing, each further try finds number 1 free and shifts none, so
-/// it pushes no file out.
+/// number: if the last rename keeps failing, each further try finds number 1 free and shifts none,
+/// so it pushes no file out.
 std::error_code shiftFiles(const fs::path& path, unsigned kept) {
     std::error_code error;
     if (fs::is_symlink(path, error)) {

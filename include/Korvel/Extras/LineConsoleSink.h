@@ -58,7 +58,8 @@ struct LineConsoleSinkOptions {
 /// surrogates are shown as `\n`, `\r`, `\t` or `\u001b`, and backslashes are doubled, so an escape
 /// cannot be forged. A text that contains elements above 0x10FFFF shows `\ufffd` for them.
 ///
-/// Limits: children below 64 levels of nesting are shown as "...". The length of a line is not limited.
+/// Limits: children below 64 levels of nesting are shown as "...". The length of a line is not
+/// limited.
 ///
 /// Output is UTF-8. Each line is one write to the operating system, made before append returns; a
 /// system that takes only a part gets the rest in further writes. On Windows a console receives

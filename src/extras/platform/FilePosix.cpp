@@ -60,8 +60,8 @@ int openOrCreate(const char* path, mode_t mode, int previous) {
     return descriptor;
 }
 
-/// Opens the file a second time, because `descriptor` is only for writing: the writer of a pipe that
-/// it could also read would block for ever once the real reader is gone.
+/// Opens the file a second time, because `descriptor` is only for writing: the writer of a pipe
+/// that it could also read would block for ever once the real reader is gone.
 bool endsInsideLine(int descriptor, const char* path) {
     const struct stat status = statusOf(descriptor);
     if (!S_ISREG(status.st_mode) || status.st_size == 0) return false;
