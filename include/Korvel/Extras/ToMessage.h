@@ -48,8 +48,9 @@ namespace Korvel::Extras {
 /// wins. A character type is `char`, `wchar_t`, `char8_t`, `char16_t` or `char32_t`; `signed char`
 /// and `unsigned char` are numbers.
 ///
-/// Durations: the number does not include its unit, so the key should: `{"elapsed_ms",
-/// ms(elapsed)}`. ms and us convert to a unit that does not change with the type of the argument.
+/// Durations: the number does not include its unit, so put that into the key, as in
+/// `{"elapsed_ms", ms(elapsed)}`. ms and us convert to a unit that does not change with the type of
+/// the argument.
 ///
 /// Times that `system_clock` cannot represent become its first or last time. Where it counts
 /// nanoseconds, it ends in the year 2262, so a date in the year 9999 is shown as one in 2262.
