@@ -168,19 +168,7 @@ struct FromPath : Leaf {
 struct FromTime : Leaf {
     template <class T>
     static Message convert(const T& time) {
-        return Message(createIso8601String(clamp(time)));
-    }
-
-private:
-    /// A coarser unit reaches further than the clock. Seconds as a double can represent both.
-    template <class T>
-    static std::chrono::system_clock::time_point clamp(const T& time) {
-        using Clock = std::chrono::system_clock;
-        using Seconds = std::chrono::duration<double>;
-        const Seconds seconds(time.time_since_epoch());
-        if (!(seconds < Seconds((Clock::duration::max)()))) return (Clock::time_point::max)();
-        if (!(seconds > Seconds((Clock::duration::min)()))) return (Clock::time_point::min)();
-        return std::chrono::floor<Clock::duration>(time);
+        return Message(createIso8601String(toSystemTime(time)));
     }
 };
 
@@ -205,6 +193,9 @@ struct FromConvertible : Leaf {
         return value;
     }
 };
+
+/// A class that is made to convert to Message, even if it is also a text or a range.
+struct FromMessage : FromConvertible {};
 
 struct FromDuration {
     template <class T>

@@ -182,6 +182,17 @@ inline constexpr bool isTime = false;
 template <class Duration>
 inline constexpr bool isTime<std::chrono::time_point<std::chrono::system_clock, Duration>> = true;
 
+/// A coarser unit reaches further than the clock. Seconds as a double can represent both.
+template <class T>
+std::chrono::system_clock::time_point toSystemTime(const T& time) {
+    using Clock = std::chrono::system_clock;
+    using Seconds = std::chrono::duration<double>;
+    const Seconds seconds(time.time_since_epoch());
+    if (!(seconds < Seconds((Clock::duration::max)()))) return (Clock::time_point::max)();
+    if (!(seconds > Seconds((Clock::duration::min)()))) return (Clock::time_point::min)();
+    return std::chrono::floor<Clock::duration>(time);
+}
+
 /// Without `at` it is a multimap, which has several values for a key.
 template <class T, class = void>
 inline constexpr bool isMap = false;

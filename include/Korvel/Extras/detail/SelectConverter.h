@@ -44,12 +44,10 @@ constexpr auto getScalarConverter() {
 
 template <class T>
 constexpr auto getConverter() {
-    if constexpr (std::is_volatile_v<T>) {
-        return FromUnknown();
-    } else if constexpr (Lookup::isOwn<T>) {
+    if constexpr (Lookup::isOwn<T>) {
         return FromOwn();
     } else if constexpr (isMessage<T>) {
-        return FromConvertible();
+        return FromMessage();
     } else if constexpr (isNull<T>) {
         return FromNull();
     } else if constexpr (isCharacter<T>) {
@@ -89,7 +87,7 @@ template <class T, class... Seen>
 constexpr bool isSupported() {
     if constexpr ((std::is_same_v<T, Seen> || ...)) {
         return true;
-    } else if constexpr (std::is_same_v<Converter<T>, FromUnknown>) {
+    } else if constexpr (std::is_volatile_v<T> || std::is_same_v<Converter<T>, FromUnknown>) {
         return false;
     } else {
         return areSupported(Types<T, Seen...>(), typename Converter<T>::template Parts<T>());
