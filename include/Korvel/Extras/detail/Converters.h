@@ -56,7 +56,6 @@ struct Limit {
     std::int64_t omitted = 0;
 };
 
-/// A list of types.
 template <class... T>
 struct Types {};
 
