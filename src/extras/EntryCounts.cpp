@@ -12,7 +12,7 @@ constexpr std::uint64_t MAX_DELIVERIES = 64;
 /// without a fence and not at every delivery, so it can miss one.
 constexpr std::chrono::milliseconds MAX_SLEEP(5);
 
-/// Unlike a `std::thread::id`, no later thread gets the same number.
+/// Unlike a `std::thread::id`, no later thread gets the same number, but a greater one.
 std::uint64_t threadNumber() noexcept {
     static std::atomic<std::uint64_t> last = 0;
     thread_local std::uint64_t number = 0;
@@ -96,7 +96,13 @@ void EntryCounts::raiseHighestWaiting(std::uint64_t waiting) noexcept {
     raise(highestWaiting_, waiting);
 }
 
+void EntryCounts::loseWorker(std::uint64_t worker) noexcept {
+    raise(deadWorker_, worker);
+}
+
 void EntryCounts::raiseLost(std::uint64_t lost) noexcept {
+    // While they waited, the worker that lost them may not have looked.
+    raiseHighestWaiting(read().waiting);
     raise(lost_, lost);
     wakeWaiters();
 }
@@ -120,7 +126,6 @@ void EntryCounts::look(std::uint64_t delivered) noexcept {
 
 void EntryCounts::noticeWorker() noexcept {
     worker_.store(threadNumber(), std::memory_order_release);
-    isAlive_.store(true, std::memory_order_relaxed);
 }
 
 void EntryCounts::wakeWaiters() noexcept {

@@ -59,15 +59,17 @@ public:
     Reading read() const noexcept;
     std::uint64_t refused() const noexcept { return refused_.load(std::memory_order_relaxed); }
     std::uint64_t passes() const noexcept { return passes_.load(std::memory_order_acquire); }
-    /// A number that no two workers share, or 0 before the first was noticed.
+    /// The number of the last noticed worker, greater than that of each before it, or 0 before the
+    /// first was noticed.
     std::uint64_t worker() const noexcept { return worker_.load(std::memory_order_acquire); }
-    bool isAlive() const noexcept { return isAlive_.load(std::memory_order_relaxed); }
+    bool isAlive() const noexcept { return worker() > deadWorker_.load(std::memory_order_relaxed); }
     std::uint64_t highestWaiting() const noexcept;
     void raiseHighestWaiting(std::uint64_t waiting) noexcept;
 
     // Called by any thread that has flushed the handler.
 
-    void loseWorker() noexcept { isAlive_.store(false, std::memory_order_relaxed); }
+    /// Notes that the worker of this number has ended. A newer one stays alive.
+    void loseWorker(std::uint64_t worker) noexcept;
     /// Sets the number of lost entries to at least `lost`.
     void raiseLost(std::uint64_t lost) noexcept;
 
@@ -106,7 +108,7 @@ private:
 
     alignas(CACHE_LINE) std::atomic<std::uint64_t> lost_ = 0;
     std::atomic<std::uint64_t> highestWaiting_ = 0;
-    std::atomic<bool> isAlive_ = false;
+    std::atomic<std::uint64_t> deadWorker_ = 0;
     std::atomic<unsigned> waiters_ = 0;
     std::mutex waitersMutex_;
     std::condition_variable room_;
