@@ -151,7 +151,7 @@ void BoundedLogger::State::refuse(std::optional<Severity> severity) {
 void BoundedLogger::State::noteIfRoom() noexcept try {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!owesNote_ || Clock::now() < nextNote_) return;
-    if (monitor_->counts().read().waiting < ordinary_) note();
+    if (monitor_->counts().inFlight() < ordinary_) note();
 } catch (...) {
     // There is no memory. The note remains owed.
 }

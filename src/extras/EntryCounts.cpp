@@ -74,6 +74,11 @@ bool EntryCounts::waitForPlace(std::uint64_t limit, Clock::time_point end) {
     return isReserved;
 }
 
+std::uint64_t EntryCounts::inFlight() const noexcept {
+    const std::uint64_t calls = calls_.load(std::memory_order_acquire);
+    return positiveDifference((calls >> PLACE_BITS) + (calls & (ENTRY - 1)), settled());
+}
+
 void EntryCounts::completePass() noexcept {
     noticeWorker();
     passes_.store(passes_.load(std::memory_order_relaxed) + 1, std::memory_order_release);

@@ -44,6 +44,9 @@ public:
     /// thread. The thread of a new worker is known from its 64th delivery on.
     bool waitForPlace(std::uint64_t limit, Clock::time_point end);
 
+    /// Waiting entries and places.
+    std::uint64_t inFlight() const noexcept;
+
     // Called by the worker.
 
     void deliver() noexcept {

@@ -51,7 +51,7 @@ struct MonitorSnapshot {
     /// then they count as waiting. Only grows, and is never too large.
     std::uint64_t lost = 0;
     std::uint64_t waiting = 0;
-    /// The most entries that waited at one time. At most 64 too small.
+    /// The most entries that waited at one time. Too small by about 64 at most.
     std::uint64_t highestWaiting = 0;
     /// How long the oldest waiting entry has waited; zero if none waits. Too short by at most the
     /// interval of the watcher, or by a 64th of itself if that is longer.
