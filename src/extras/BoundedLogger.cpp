@@ -106,7 +106,7 @@ BoundedLogger::State::~State() {
         Message text = refused_.toMessage();
         if (owesNote_) monitor_->pass(NOTE_TYPE, text, Place::None);
     } catch (...) {
-        // There is no memory for the note, and nobody to tell.
+        // There is no memory for the note.
     }
 }
 

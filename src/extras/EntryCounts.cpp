@@ -42,18 +42,9 @@ void EntryCounts::release(Place place) noexcept {
 /// The limit is exact: what was delivered had its place or its entry in the word that the exchange
 /// then finds unchanged, so entries in flight are never counted too low.
 bool EntryCounts::reserve(std::uint64_t limit) noexcept {
-    constexpr std::uint64_t MAX_PLACES = ENTRY - 1;
-    std::uint64_t settledBefore = settledBefore_.load(std::memory_order_relaxed);
     std::uint64_t calls = calls_.load(std::memory_order_acquire);
     do {
-        const std::uint64_t places = calls & MAX_PLACES;
-        const std::uint64_t taken = (calls >> PLACE_BITS) + places;
-        if (positiveDifference(taken, settledBefore) >= limit) {
-            settledBefore = settled();
-            settledBefore_.store(settledBefore, std::memory_order_relaxed);
-            if (positiveDifference(taken, settledBefore) >= limit) return false;
-        }
-        if (places == MAX_PLACES) return false;
+        if (inFlight(calls) >= limit || (calls & MAX_PLACES) == MAX_PLACES) return false;
     } while (!calls_.compare_exchange_weak(calls, calls + 1, std::memory_order_acq_rel,
                                            std::memory_order_acquire));
     return true;
@@ -72,11 +63,6 @@ bool EntryCounts::waitForPlace(std::uint64_t limit, Clock::time_point end) {
     }
     --waiters_;
     return isReserved;
-}
-
-std::uint64_t EntryCounts::inFlight() const noexcept {
-    const std::uint64_t calls = calls_.load(std::memory_order_acquire);
-    return positiveDifference((calls >> PLACE_BITS) + (calls & (ENTRY - 1)), settled());
 }
 
 void EntryCounts::completePass() noexcept {
@@ -112,8 +98,10 @@ void EntryCounts::raiseLost(std::uint64_t lost) noexcept {
     wakeWaiters();
 }
 
-std::uint64_t EntryCounts::settled() const noexcept {
-    return delivered_.load(std::memory_order_acquire) + lost_.load(std::memory_order_acquire);
+std::uint64_t EntryCounts::inFlight(std::uint64_t calls) const noexcept {
+    const std::uint64_t delivered = delivered_.load(std::memory_order_acquire);
+    const std::uint64_t lost = lost_.load(std::memory_order_acquire);
+    return positiveDifference((calls >> PLACE_BITS) + (calls & MAX_PLACES), delivered + lost);
 }
 
 /// Entries wait until they are delivered, so most of them wait just before a delivery.

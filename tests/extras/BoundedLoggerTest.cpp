@@ -138,6 +138,10 @@ TEST(BoundedLogger, KeepsPlacesForErrorsAndOneForTheNote) {
               (Entries{"info", "info", "loud", "loud", "error", "error", "critical"}));
     logger.flush();
     EXPECT_EQ(fixture.delivered().back(), R"(3 {"critical":1,"warning":2})");
+
+    options = ceilingOf(UINT64_MAX);
+    options.reserve = 0;
+    EXPECT_TRUE(BoundedLogger(fixture.monitor, options).log("without a limit", {}));
 }
 
 TEST(BoundedLogger, NotesRefusalsWhenRoomReturnsAndAtTheEnd) {
@@ -166,7 +170,7 @@ TEST(BoundedLogger, NotesRefusalsWhenRoomReturnsAndAtTheEnd) {
 
 TEST(BoundedLogger, WaitsForAPlaceButNeverInVain) {
     Fixture fixture;
-    BoundedLogger patient(fixture.monitor, ceilingOf(3, 1h));
+    BoundedLogger patient(fixture.monitor, ceilingOf(3, (std::chrono::milliseconds::max)()));
     BoundedLogger hurried(fixture.monitor, ceilingOf(3, 20ms));
     EXPECT_TRUE(patient.log("x", {}));
     EXPECT_TRUE(patient.log("x", {}));
@@ -221,5 +225,6 @@ TEST(BoundedLogger, OpensAgainAfterASinkThrewAwayABatch) {
         EXPECT_EQ(end.delivered, delivered);
         EXPECT_EQ(end.accepted, delivered + end.lost);
         EXPECT_GE(end.lost, restart ? 1U : 7U);
+        EXPECT_EQ(end.highestWaiting, 7U);
     }
 }
