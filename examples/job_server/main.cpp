@@ -92,14 +92,14 @@ int main(int count, char** arguments) try {
                              .start();
     JobQueue jobs;
     std::atomic<int> failures = 0;
-    std::vector<std::thread> servers;
-    for (int i = 0; i < 4; ++i)
-        servers.emplace_back([&] { serve(jobs, failures, logging.logger()); });
+    std::vector<std::thread> servers(4);
+    for (std::thread& server : servers) {
+        server = std::thread([&] { serve(jobs, failures, logging.logger()); });
+    }
     for (int number = 0; number < 500; ++number) {
         std::vector<int> amounts(static_cast<std::size_t>(number % 50));
         std::iota(amounts.begin(), amounts.end(), 1);
-        const char* customer = number % 2 == 0 ? "Zoë & Söhne" : "Wong\n\x1B[31mLtd";
-        jobs.push(Job{number, customer, amounts});
+        jobs.push(Job{number, number % 2 == 0 ? "Zoë & Söhne" : "Wong\n\x1B[31mLtd", amounts});
     }
     jobs.push(std::nullopt);
     for (std::thread& server : servers) server.join();

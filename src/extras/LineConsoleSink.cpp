@@ -39,7 +39,7 @@ bool wantsColours(const LineConsoleSinkOptions& options, bool isStandardStream) 
            Terminal::showsColours(options.destination);
 }
 
-/// The text of a timestamp, taken apart.
+/// The parts of a timestamp.
 struct Moment {
     std::tm utc;
     std::string decimals;  ///< With the point; empty if there are none.

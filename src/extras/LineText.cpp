@@ -13,7 +13,7 @@ bool isBetween(char32_t first, char32_t c, char32_t last) noexcept {
     return c >= first && c <= last;
 }
 
-/// Whether a terminal would act on the character instead of showing it, or has nothing to show.
+/// Whether a terminal would act on the character instead of showing it, or UTF-8 does not have it.
 bool isControl(char32_t c) noexcept {
     return c < 0x20 || isBetween(0x7F, c, 0x9F) ||  // C0, DEL and C1.
            c == 0x061C || isBetween(0x200E, c, 0x200F) || isBetween(0x202A, c, 0x202E) ||

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <thread>
 
 namespace Korvel::Extras {
@@ -115,7 +116,7 @@ LoggingState::LoggingState(const LoggingOptions& options,
 LoggingState::~LoggingState() {
     if (process_ != processId()) {
         // Their threads are in the parent process, and destructors would wait for them.
-        static_cast<void>(new std::shared_ptr<LoggingParts>(parts_));
+        static_cast<void>(new (std::nothrow) std::shared_ptr<LoggingParts>(parts_));
         return;
     }
     std::thread thread;

@@ -6,7 +6,7 @@
 namespace Korvel::Extras {
 namespace {
 
-/// The end of a longer wait would not fit into the type of the clock.
+/// A much longer wait would overflow the time type of the clock.
 constexpr std::chrono::milliseconds MAX_WAIT = std::chrono::hours(24 * 365);
 
 }  // namespace
@@ -62,7 +62,8 @@ std::uint64_t MemorySink::dropped() {
 bool MemorySink::waitFor(const std::function<bool(const Entries&)>& predicate,
                          std::chrono::milliseconds limit) {
     std::unique_lock<std::mutex> guard(sinkLock);
-    return arrived_.wait_for(guard, (std::min)(limit, MAX_WAIT), [&] { return predicate(entries_); });
+    return arrived_.wait_for(guard, std::clamp(limit, std::chrono::milliseconds::zero(), MAX_WAIT),
+                             [&] { return predicate(entries_); });
 }
 
 void MemorySink::dumpTo(Sink& sink) {

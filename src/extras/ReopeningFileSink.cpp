@@ -40,8 +40,8 @@ fs::path numbered(fs::path path, unsigned number) {
 }
 
 /// Renames `path` to number 1 after it has made that free. Shifts only files up to the first free
-/// number: when the last rename fails time and again, each try finds number 1 free and shifts none,
-/// so no try pushes a file out.
+/// number: if the last rename keeps failing, each further try finds number 1 free and shifts none,
+/// so it pushes no file out.
 std::error_code shiftFiles(const fs::path& path, unsigned kept) {
     std::error_code error;
     if (fs::is_symlink(path, error)) {
@@ -170,7 +170,7 @@ private:
     }
 
     void rotate() {
-        // Whoever has renamed this file, as another process can have done, has rotated it already.
+        // If somebody else has renamed the file, it has been rotated already.
         const std::error_code error =
             file_->isAt(path_) ? shiftFiles(path_, options_.keptFiles) : std::error_code();
         if (error) {
@@ -212,7 +212,7 @@ private:
     bool isTorn_ = false;
     bool mustOpen_ = false;
     std::uint64_t unsynced_ = 0;
-    /// The dropped entries of which the file does not tell yet. Not 0 as long as writes fail.
+    /// The dropped entries that no notice in the file counts yet. Not 0 as long as writes fail.
     std::uint64_t untold_ = 0;
     ReopeningFileSinkStatus status_;
 

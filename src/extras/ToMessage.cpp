@@ -163,7 +163,7 @@ Message describe(const std::exception& exception, int depth) {
     return description;
 }
 
-/// An exception that is no std::exception. Only inside a catch clause.
+/// An exception that is not a std::exception. Only inside a catch clause.
 Message describeCaught(Message text) {
     Message description = makeMap();
     description["type"] = getCaughtName();

@@ -15,7 +15,7 @@ namespace {
 
 constexpr wchar_t REPLACEMENT = L'\uFFFD';
 constexpr const wchar_t* CUT = L"\u2026";
-/// How many levels the inspection calls itself for; more of them wait in a list.
+/// How many levels deep the inspection calls itself; deeper containers wait in a list.
 constexpr unsigned MAX_CALLS = 16;
 
 constexpr std::uint64_t NOT_ASCII = 0x8080808080808080;
@@ -102,7 +102,8 @@ bool isContainer(const Message& value) {
     return value.isMap() || value.isVector();
 }
 
-/// Looks for the first fault of a tree. Long ways down continue from a list, not from the stack.
+/// Looks for the first fault of a tree. Deep containers wait in a list instead of on the
+/// stack.
 class Inspection {
 public:
     explicit Inspection(std::size_t maxDepth) : maxDepth_(maxDepth) {}
@@ -121,7 +122,7 @@ public:
     }
 
 private:
-    /// In the order of what is frequent: each question is a call into the core.
+    /// The most frequent types come first: each question is a call into the core.
     void lookAt(const Message& value, std::size_t depth, unsigned callsLeft) {
         if (value.isString()) {
             isClean_ = isWellFormed(value.getString());
@@ -194,7 +195,7 @@ private:
         std::size_t depth;
     };
 
-    /// Replaces the Null `copy`, a container only later.
+    /// Sets `copy`, which is Null; a container is only put on the list.
     void copyValue(const Message& source, Message& copy, std::size_t depth) {
         if (source.isString()) {
             const std::wstring text = source.getWstring();
@@ -219,7 +220,7 @@ private:
         }
     }
 
-    /// Correct keys first, so that none of them finds its place taken.
+    /// Correct keys come first, so that no repaired key takes the place of one.
     void copyEntries(const Task& task) {
         Message& copy = *task.copy;
         copy = std::map<std::wstring, Message>();
@@ -234,7 +235,7 @@ private:
     }
 
     /// `key`, with a number if `map` has it. `numbers` keeps the last number of each key, so that
-    /// many equal ones do not take a quadratic time.
+    /// many equal ones do not take quadratic time.
     std::wstring freeKey(const Message& map, const std::wstring& key,
                          std::map<std::wstring, std::size_t>& numbers) {
         if (!map.hasKey(key)) return key;
@@ -276,8 +277,7 @@ void WellFormedSink::append(const Message& message) {
 
 Message WellFormedSink::repair(const Message& message) {
     Repair repair(options_.maxDepth);
-    Message copy;
-    copy = repair.copyOf(message);
+    Message copy = repair.copyOf(message);
     if (!options_.mark.empty() && copy.isMap()) copy[options_.mark] = true;
     repairedEntries_.fetch_add(1, std::memory_order_relaxed);
     numberedKeys_.fetch_add(repair.numberedKeys, std::memory_order_relaxed);

@@ -9,6 +9,7 @@
 
 #ifndef _WIN32
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -152,49 +153,66 @@ struct Redirection {
     const int before;
 };
 
-/// Both ends of a pseudo-terminal.
-struct Terminal {
-    Terminal() {
-        EXPECT_EQ(grantpt(screen), 0);
-        EXPECT_EQ(unlockpt(screen), 0);
-        program = open(ptsname(screen), O_RDWR | O_NOCTTY);
-        EXPECT_GE(program, 0);
-    }
-    ~Terminal() {
-        close(program);
-        close(screen);
+/// What one end is written to, the other receives.
+struct Channel {
+    Channel() = default;
+    Channel(const Channel&) = delete;
+    Channel& operator=(const Channel&) = delete;
+    ~Channel() {
+        close(ends[0]);
+        close(ends[1]);
     }
 
-    const int screen = posix_openpt(O_RDWR | O_NOCTTY);
-    int program = -1;
+    /// What arrives next; empty if nothing does for a while, because the sink has dropped it.
+    std::string read() const {
+        pollfd arrival = {ends[0], POLLIN, 0};
+        if (poll(&arrival, 1, 20000) != 1) return "";
+        std::string text(65536, '\0');
+        const ssize_t size = ::read(ends[0], text.data(), text.size());
+        text.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+        return text;
+    }
+
+    int ends[2] = {-1, -1};  // To read and to write.
 };
 
-static std::string readOnce(int descriptor) {
-    std::string text(65536, '\0');
-    const ssize_t size = read(descriptor, text.data(), text.size());
-    text.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
-    return text;
-}
+struct Pipe : Channel {
+    Pipe() { EXPECT_EQ(pipe(ends), 0); }
+};
+
+struct PseudoTerminal : Channel {
+    PseudoTerminal() {
+        ends[0] = posix_openpt(O_RDWR | O_NOCTTY);
+        EXPECT_EQ(grantpt(ends[0]), 0);
+        EXPECT_EQ(unlockpt(ends[0]), 0);
+        ends[1] = open(ptsname(ends[0]), O_RDWR | O_NOCTTY);
+        EXPECT_GE(ends[1], 0);
+    }
+};
+
+/// Keeps the borders of writes.
+struct DatagramSockets : Channel {
+    DatagramSockets() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0); }
+};
 
 /// What a terminal or a pipe receives from an entry, with this environment.
-static std::string shownBy(int writer, int reader,
+static std::string shownBy(const Channel& channel,
                            const std::vector<std::pair<const char*, const char*>>& variables) {
     for (const char* const name : {"NO_COLOR", "CLICOLOR_FORCE", "TERM"}) unsetenv(name);
     for (const auto& [name, value] : variables) setenv(name, value, 1);
-    const Redirection redirection(STDERR_FILENO, writer);
+    const Redirection redirection(STDERR_FILENO, channel.ends[1]);
     LineConsoleSinkOptions options;
     options.destination = StandardStream::Error;
     LineConsoleSink(options).append(
         {{L"message", L"M"}, {L"severity", L"info"}, {L"\x1b", L"\x9b"}});
-    return readOnce(reader);
+    return channel.read();
 }
 
 TEST(LineConsoleSink, ColoursOnlyATerminalUnlessTheEnvironmentDecides) {
     const std::string plain = "info     M \"\\u001b\"=\"\\u009b\"";
     const std::string coloured = "\x1b[32minfo\x1b[0m     M \x1b[36m\"\\u001b\"\x1b[0m=\"\\u009b\"";
-    const Terminal terminal;
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
+    const PseudoTerminal terminal;
+    const Pipe pipe;
     using Variables = std::vector<std::pair<const char*, const char*>>;
     const std::vector<std::tuple<Variables, std::string, std::string>> cases = {
         {{}, coloured, plain},
@@ -205,54 +223,47 @@ TEST(LineConsoleSink, ColoursOnlyATerminalUnlessTheEnvironmentDecides) {
         {{{"CLICOLOR_FORCE", "0"}, {"TERM", "dumb"}}, plain, plain},
     };
     for (const auto& [variables, onTerminal, onPipe] : cases) {
-        EXPECT_EQ(shownBy(terminal.program, terminal.screen, variables), onTerminal + "\r\n");
-        EXPECT_EQ(shownBy(ends[1], ends[0], variables), onPipe + "\n");
+        EXPECT_EQ(shownBy(terminal, variables), onTerminal + "\r\n");
+        EXPECT_EQ(shownBy(pipe, variables), onPipe + "\n");
     }
-    close(ends[0]);
-    close(ends[1]);
 }
 
-/// A datagram socket keeps the borders of writes.
 TEST(LineConsoleSink, EveryLineIsOneWrite) {
-    int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
+    const DatagramSockets sockets;
     const std::string text(1000, 'x');
     {
-        const Redirection redirection(STDOUT_FILENO, ends[0]);
+        const Redirection redirection(STDOUT_FILENO, sockets.ends[1]);
         LineConsoleSink sink;
         sink.append({{"message", "M"}, {"text", text}});
         sink.append("second");
     }
-    EXPECT_EQ(readOnce(ends[1]), "M text=" + text + "\n");
-    EXPECT_EQ(readOnce(ends[1]), "second\n");
-    close(ends[0]);
-    close(ends[1]);
+    EXPECT_EQ(sockets.read(), "M text=" + text + "\n");
+    EXPECT_EQ(sockets.read(), "second\n");
 }
 
 /// The system takes the long line in many parts, between which another thread could write.
 TEST(LineConsoleSink, LinesOfTwoThreadsArriveWholeThroughANonBlockingPipe) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    ASSERT_EQ(fcntl(ends[1], F_SETFL, O_NONBLOCK), 0);
+    const Pipe pipe;
+    ASSERT_EQ(fcntl(pipe.ends[1], F_SETFL, O_NONBLOCK), 0);
     const std::string line(1000000, 'x');
     const std::string expected = line + "\nshort\n";
     std::string received;
     {
-        const Redirection redirection(STDOUT_FILENO, ends[1]);
+        const Redirection redirection(STDOUT_FILENO, pipe.ends[1]);
         LineConsoleSink sink;
         const JoiningThread first([&] { sink.append(line); });
-        received = readOnce(ends[0]);  // From here on the first thread waits for room.
+        std::string part = pipe.read();  // From here on the first thread waits for room.
         Gate started;
         const JoiningThread second([&] {
             started.open();
             sink.append("short");
         });
         started.wait();
-        while (received.size() < expected.size()) received += readOnce(ends[0]);
+        for (; !part.empty(); part = received.size() < expected.size() ? pipe.read() : "") {
+            received += part;
+        }
     }
     EXPECT_TRUE(received == expected);
-    close(ends[0]);
-    close(ends[1]);
 }
 
 TEST(LineConsoleSink, LocalTimeShowsItsOffset) {

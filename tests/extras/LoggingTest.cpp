@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <regex>
+#include <sstream>
 
 using namespace Korvel::Extras;
 
@@ -32,7 +32,7 @@ TEST(Logging, NoEntryEndsTheDeliveryOfTheOthers) {
     options.guard.reporter = [&](const GuardedSinkFailure& failure) {
         reports.push_back(failure.text);
     };
-    const auto hasUser = [](const Message& entry) { return entry.at("user").getString() != ""; };
+    const auto hasUser = [](const Message& entry) { return !entry.at("user").getString().empty(); };
     {
         const Logging logging = LoggingBuilder(options)
                                     .sink("failing", failing)
@@ -78,17 +78,15 @@ TEST(Logging, EntryHasTimeThreadContextAndSeverity) {
         logging.logger().threshold()->set(Severity::Debug);
         EXPECT_TRUE(logging.logger().debug("Shown", {{"n", 1}}));
     }
-    auto entry = nlohmann::json::parse(readFile(directory.path / "log"));
-    EXPECT_TRUE(std::regex_match(entry["timestamp"].get<std::string>(),
-                                 std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)")));
-    entry.erase("timestamp");
+    auto entry = nlohmann::json::parse(withoutTimes(readFile(directory.path / "log")));
     EXPECT_EQ(entry["source"]["file"], __FILE__);
     entry.erase("source");
     EXPECT_EQ(entry, nlohmann::json({{"message", "Shown"},
                                      {"n", 1},
                                      {"request", 17},
                                      {"severity", "debug"},
-                                     {"thread", thread.str()}}));
+                                     {"thread", thread.str()},
+                                     {"timestamp", "TIME"}}));
 }
 
 TEST(Logging, EndTellsWhatWasRefusedAndLaterEntriesAreRefusedToo) {
@@ -141,7 +139,6 @@ TEST(Logging, AllEntriesAreInTheFileHoweverTheProcessEnds) {
                               {"stuck return", 0, ""},
 #ifndef _WIN32
                               {"SIGTERM", -SIGTERM, lines()},
-                              {"fork", -SIGTERM, lines()},
 #endif
                           });
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <regex>
 
 using namespace Korvel::Extras;
 using namespace std::chrono_literals;
@@ -175,9 +174,8 @@ TEST(Monitor, SnapshotIsAMessage) {
     monitor.flush();
     monitor.log("snapshot", toMessage(monitor.snapshot()));
     monitor.flush();
-    const std::string entry = std::regex_replace(
-        record->entries.at(1), std::regex(R"("20\d\d-\d\d-\d\dT[0-9:]{8}\.\d{3}Z")"), "\"time\"");
-    EXPECT_EQ(entry, R"({"accepted":1,"delivered":1,"failed":{"file":7},"highestWaiting":1,)"
-                     R"("lastDelivery":"time","lost":0,"message":"snapshot","oldestWaitingMs":0,)"
-                     R"("refused":0,"restarts":0,"waiting":0,"workerAlive":true})");
+    EXPECT_EQ(withoutTimes(record->entries.at(1)),
+              R"({"accepted":1,"delivered":1,"failed":{"file":7},"highestWaiting":1,)"
+              R"("lastDelivery":"TIME","lost":0,"message":"snapshot","oldestWaitingMs":0,)"
+              R"("refused":0,"restarts":0,"waiting":0,"workerAlive":true})");
 }

@@ -15,6 +15,7 @@
 using namespace Korvel::Extras;
 using namespace std::chrono_literals;
 using nlohmann::json;
+using Clock = std::chrono::system_clock;
 
 namespace {
 
@@ -101,6 +102,11 @@ struct SoldOut : std::runtime_error {
 };
 struct Alarm {};
 
+/// Text and range, too.
+struct Receipt : std::string {
+    operator Message() const { return {{"total", 5}}; }
+};
+
 }  // namespace shop
 
 TEST(ToMessage, ValuesOfEveryKindStandInABraceList) {
@@ -164,14 +170,20 @@ TEST(ToMessage, ValuesOfEveryKindStandInABraceList) {
         ROW(toMessage(std::chrono::duration<double>(0.5)), "0.5"),
         ROW(ms(-1500us), "-2"),
         ROW(us(2s), "2000000"),
-        ROW(toMessage(std::chrono::system_clock::time_point(1ms)), R"("1970-01-01T00:00:00.001Z")"),
-        ROW(toMessage(std::chrono::time_point<std::chrono::system_clock, std::chrono::hours>()),
+        ROW(toMessage(Clock::time_point(1ms)), R"("1970-01-01T00:00:00.001Z")"),
+        ROW(toMessage(std::chrono::time_point<Clock, std::chrono::hours>()),
             R"("1970-01-01T00:00:00.000Z")"),
         ROW(toMessage(Port::Web), "80"),
         ROW(toMessage(LETTER_A), "97"),
         ROW(toMessage(std::make_error_code(std::errc::no_such_file_or_directory)),
             R"({"category":"generic","text":"No such file or directory","value":2})"),
     });
+    using Hours = std::chrono::time_point<std::chrono::system_clock, std::chrono::hours>;
+    using Days = std::chrono::duration<double, std::ratio<86400>>;
+    const Clock::time_point first = (Clock::time_point::min)(), last = (Clock::time_point::max)();
+    EXPECT_EQ(toMessage((Hours::max)()).getWstring(), createIso8601String(last));
+    EXPECT_EQ(toMessage(std::chrono::time_point<Clock, Days>(Days(-1e9))).getWstring(),
+              createIso8601String(first));
 }
 
 TEST(ToMessage, TextThatIsNotUnicodeIsReplacedAndNeverThrows) {
@@ -220,6 +232,7 @@ TEST(ToMessage, FunctionsOfUserTypesPrecedeEverythingElse) {
         ROW(toMessage(std::make_pair(shop::State::Open, std::optional(shop::State::Closed))),
             R"(["open","closed"])"),
         ROW(list(shop::Amount<int>{4}), "[4]"),
+        ROW(toMessage(shop::Receipt()), R"({"total":5})"),
         ROW(list(shop::Menu(), shop::SoldOut("x")), R"([0,"sold out"])"),
         ROW(toMessage(std::vector<Severity>{Severity::Debug}), "[1]"),
     });

@@ -32,8 +32,8 @@ struct LineConsoleSinkOptions {
     LineTime time = LineTime::Local;
     Colours colours = Colours::Automatic;
     /// Sends colour sequences (ESC [ digits m) in the type and in String values unchanged, if the
-    /// sink shows colours at all. Such sequences can hide text, so set this only if no text in the
-    /// entries comes from outside.
+    /// sink shows colours at all. Such sequences can hide text, so set this only if all text in the
+    /// entries is your own.
     bool passColours = false;
 };
 
@@ -43,8 +43,8 @@ struct LineConsoleSinkOptions {
 ///     22:16:42.123+01:00 warning  DiskCheck free=0.05 path=/var text="nearly full"
 ///
 /// The time is the key "timestamp" if it has the form of createIso8601String: UTC with any number
-/// of decimals up to nine. The sink does not make up a time for other entries, because its own
-/// clock shows when an entry is delivered, not when it was logged. The severity is the key
+/// of decimals up to nine. The sink adds no time to other entries: its own clock would show
+/// when an entry is delivered, not when it was logged. The severity is the key
 /// "severity" if severityOf knows it, padded to a column. The type is the key "message" if it is a
 /// String. What does not have this form is shown as `key=value`, and a message that is not a Map as
 /// a value.
@@ -58,11 +58,14 @@ struct LineConsoleSinkOptions {
 /// surrogates are shown as `\n`, `\r`, `\t` or `\u001b`, and backslashes are doubled, so an escape
 /// cannot be forged. A text that contains elements above 0x10FFFF shows `\ufffd` for them.
 ///
-/// Limits: children below 64 levels of nesting are shown as "...". Lines have no limit of length.
+/// Limits: children below 64 levels of nesting are shown as "...". The length of a line is not
+/// limited.
 ///
 /// Output is UTF-8. Each line is one write to the operating system, made before append returns; a
 /// system that takes only a part gets the rest in further writes. On Windows a console receives
 /// UTF-16, in pieces of 8,192 code units, and other destinations get CR LF at the end of a line.
+///
+/// append blocks while the destination takes nothing, such as a full pipe or a stopped terminal.
 ///
 /// Not promised: text that the application still buffers in `std::cout` or `stdout` can appear
 /// after a later line of the sink. A line that cannot be written is dropped without a report; part

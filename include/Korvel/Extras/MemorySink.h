@@ -15,15 +15,15 @@
 namespace Korvel::Extras {
 
 /// A Sink that keeps the last entries in memory: for tests of code that logs, and to write out what
-/// led to an error once the error is there.
+/// led to an error after it has occurred.
 ///
-/// Entries are copies, oldest first. An entry above the capacity pushes out the oldest, which is
-/// counted and gone.
+/// Entries are copies, oldest first. An entry above the capacity pushes out the oldest one, which
+/// is only counted.
 ///
 /// Limits: the capacity counts entries, not bytes; a sink of capacity 0 keeps none.
 ///
-/// Not promised: the sink holds what has been delivered. Entries still in the queue of a
-/// SinkHandler arrive after its flush, or waitFor waits for them.
+/// Not promised: an entry that has been logged may still be in the queue of the SinkHandler. Flush
+/// the handler first, or use waitFor.
 ///
 /// Errors: append throws `std::bad_alloc` if there is no memory for the copy, and then keeps what
 /// it had.
@@ -50,8 +50,8 @@ public:
     std::uint64_t dropped();
 
     /// Waits until `predicate` accepts the kept entries, and returns whether it did within `limit`.
-    /// It is asked at once and after each append, under the lock of the sink: it must not call the
-    /// sink. Its exceptions propagate. A limit above a year is a year.
+    /// It is called at once and after each append, under the lock of the sink, so it must not call
+    /// the sink. Its exceptions propagate. A limit above a year is a year.
     bool waitFor(const std::function<bool(const Entries&)>& predicate,
                  std::chrono::milliseconds limit);
 
@@ -60,7 +60,7 @@ public:
     /// keeps the time of the entry. Does not flush `sink`. Entries that arrive meanwhile stay,
     /// unless they have pushed out some of those.
     ///
-    /// An exception from `sink` propagates: the entry that met it is gone, those after it stay.
+    /// An exception from `sink` propagates: the entry that caused it is gone, those after it stay.
     void dumpTo(Sink& sink);
 
 private:

@@ -35,15 +35,15 @@ struct ReopeningFileSinkOptions {
     /// fsync when an entry is written this long after the last one; 0 means not to measure. There
     /// is no timer: the last entries of a burst wait for the next entry or flush.
     std::chrono::milliseconds syncInterval{0};
-    /// Is told what has failed, "open", "rotate", "write" or "sync", and why; at most once a
-    /// second. Runs while the sink is locked, so it must not call the sink. What it throws is
+    /// Called with what has failed, "open", "rotate", "write" or "sync", and why; at most once a
+    /// second. Runs while the sink is locked, so it must not call the sink. Its exceptions are
     /// dropped. By default it prints a line on standard error.
     std::function<void(std::string_view action, const std::error_code& error)> onFailure;
     /// The clock of all times above, for tests; by default `std::chrono::steady_clock::now`.
     std::function<std::chrono::steady_clock::time_point()> clock;
 };
 
-/// How a ReopeningFileSink fares.
+/// What has happened to a ReopeningFileSink.
 struct ReopeningFileSinkStatus {
     /// The entries that could not be written, since the sink was made.
     std::uint64_t dropped = 0;
@@ -71,11 +71,11 @@ struct ReopeningFileSinkStatus {
 /// exceeds the bound, except that an entry above it has a file of its own. If a rename fails, the
 /// sink goes on in the same file, beyond the bound, and tries again once a second; rotated files
 /// are not lost by that. It never truncates, and never drops an entry for its size. The path has to
-/// be a regular file, not a symbolic link, and only one process may rotate it: two would rename
-/// each other's files.
+/// be a regular file, not a symbolic link, and only one sink of one process may rotate it: two
+/// rename each other's files, and a file can exceed the bound.
 ///
 /// After a failed write, as on a full disk, the sink drops the entry and counts it. Once a second
-/// it opens the path again, so that deleting a file makes room, and tries to write; until then it
+/// it opens the path again, in case a deletion has made room, and tries to write; until then it
 /// drops and counts further entries. When a write succeeds again, a line says how many are missing:
 ///
 ///     {"dropped":12,"message":"EntriesDropped","severity":"warning"}
@@ -84,7 +84,7 @@ struct ReopeningFileSinkStatus {
 /// end, at the end of the file. The next write starts on a new line, also in a new process.
 ///
 /// Not promised: without the sync options a line survives a crash of the process but not of the
-/// machine. With them, the directory is not synced. reopen does nothing by itself: until the next
+/// machine. They do not sync the directory. reopen does nothing by itself: until the next
 /// entry or flush, a quiet program keeps the old file and its space on the disk. Pipes and devices
 /// work but are neither rotated nor synced.
 ///

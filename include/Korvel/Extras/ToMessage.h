@@ -42,14 +42,18 @@ namespace Korvel::Extras {
 /// in one of yours. Any other type is a compile-time error that says so, and so is a range whose
 /// elements are of its own type.
 ///
-/// Text is taken whole, with embedded NULs; only pointers and arrays end at their first NUL. Narrow
-/// text is read as UTF-8. Bytes that are not UTF-8, lone surrogates and numbers that are not code
-/// points become U+FFFD, in keys too; of keys that become equal, the last one wins. A character
-/// type is `char`, `wchar_t`, `char8_t`, `char16_t` or `char32_t`; `signed char` and
-/// `unsigned char` are numbers.
+/// Text is taken whole, with embedded NULs; only text in pointers and built-in arrays ends at the
+/// first NUL. Narrow text is read as UTF-8. Bytes that are not UTF-8, lone surrogates and numbers
+/// that are not code points become U+FFFD, in keys too; of keys that become equal, the last one
+/// wins. A character type is `char`, `wchar_t`, `char8_t`, `char16_t` or `char32_t`; `signed char`
+/// and `unsigned char` are numbers.
 ///
-/// Durations: the number does not say its unit, so the key should: `{"elapsed_ms", ms(elapsed)}`.
-/// ms and us convert to a unit that does not change with the type of the argument.
+/// Durations: the number does not include its unit, so put that into the key, as in
+/// `{"elapsed_ms", ms(elapsed)}`. ms and us convert to a unit that does not change with the type of
+/// the argument.
+///
+/// Times that `system_clock` cannot represent become its first or last time. Where it counts
+/// nanoseconds, it ends in the year 2262, so a date in the year 9999 is shown as one in 2262.
 ///
 /// Exceptions: a Map of "type", the name of the dynamic type; "text", its `what()`, Null if it is
 /// neither a `std::exception` nor a `const char*`; "code", as of `std::error_code`, only for
@@ -95,9 +99,10 @@ Message first(std::size_t most, const Range& range) {
     using Converter = Detail::Converter<Range>;
     constexpr bool CONVERTS =
         std::is_base_of_v<Detail::Collection, Converter> && Detail::isSupported<Range>();
-    static_assert(CONVERTS,
-                  "first takes a range or a map that is no text; for its elements write a function "
-                  "`Korvel::Message toMessage(const YourType&)` in the namespace of YourType");
+    static_assert(
+        CONVERTS,
+        "first takes a range or a map that is not text; for its elements write a function "
+        "`Korvel::Message toMessage(const YourType&)` in the namespace of YourType");
     if constexpr (CONVERTS) {
         return Detail::firstOf<Converter>(most, range);
     } else {

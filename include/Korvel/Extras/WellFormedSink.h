@@ -11,11 +11,11 @@
 
 namespace Korvel::Extras {
 
-/// How a WellFormedSink repairs.
+/// The settings of a WellFormedSink.
 struct WellFormedSinkOptions {
-    /// How many containers may stand inside each other, the entry included; at least 1. Each deeper
-    /// one becomes the text "…". Readers of JSON give up too: jq 1.6 below 256 levels, Python 3.11
-    /// below about 900.
+    /// How deep containers may be nested, the entry included; at least 1. Each deeper one becomes
+    /// the text "…". Readers of JSON have limits too: jq 1.6 reads 256 levels, Python 3.11 about
+    /// 900.
     std::size_t maxDepth = 200;
     /// A key that is set to true in each entry that was repaired and is a Map. It replaces a value
     /// that is already there. Empty: entries are not marked.
@@ -24,7 +24,7 @@ struct WellFormedSinkOptions {
 
 /// What a WellFormedSink has done so far.
 struct WellFormedSinkState {
-    /// Entries that were not forwarded as they came.
+    /// Entries that were changed before they were forwarded.
     std::uint64_t repairedEntries = 0;
     /// Keys that got a number because another key had the same text.
     std::uint64_t numberedKeys = 0;
@@ -39,20 +39,16 @@ struct WellFormedSinkState {
 /// of a field. The line that FileSink then writes is RFC 8259 JSON in well-formed UTF-8, and
 /// rendering does not throw "bad conversion".
 ///
-/// Two keys of a Map can become the same key. Then both values stay: a key that had to be repaired
-/// gets `_1`, `_2` and so on at its end, in the order of the original keys. A key that was correct
-/// never changes.
+/// Repairs can make two keys of a Map equal. Then both values stay: a repaired key gets `_1`, `_2`
+/// and so on at its end, in the order of the original keys. A key that was correct never changes.
 ///
-/// An entry without a fault is forwarded itself. It is only looked at, up to the end or the first
-/// fault, without an allocation unless a text exceeds what `std::string` stores in itself or
-/// containers are more than 16 deep. Only an entry with a fault is copied.
-///
-/// The look costs about as much as rendering the entry: the public operations of Message give text
-/// only as a copy.
+/// An entry without a fault is forwarded itself, not a copy. The check allocates only for a text
+/// that `std::string` does not store in itself, and for containers more than 16 deep. It costs
+/// about as much as rendering the entry, because Message returns text only as a copy.
 ///
 /// Not promised: a global C++ locale whose numbers are not JSON, such as 1,5 for 1.5, still writes
-/// those. A reader that distinguishes less than JSON, such as one that rejects NUL or U+FFFE, gets
-/// them unchanged.
+/// those. Characters that JSON allows and some readers reject, such as NUL or U+FFFE, are forwarded
+/// unchanged.
 ///
 /// Errors: exceptions from the target propagate unchanged, so install GuardedSink around this sink.
 /// append throws `std::bad_alloc` if there is no memory for the copy. An empty target drops every
@@ -70,7 +66,8 @@ public:
     void flush() override;
     void append(const Message& message) override;
 
-    /// The counts since construction. They change one by one, while an entry is on its way.
+    /// The counts since construction. An entry that another thread appends meanwhile can be in only
+    /// some of them.
     WellFormedSinkState state() const noexcept;
 
 private:

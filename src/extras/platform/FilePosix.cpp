@@ -54,14 +54,14 @@ int openOrCreate(const char* path, mode_t mode, int previous) {
     int descriptor = openWith(0);
     if (descriptor != CLOSED || errno != ENOENT) return descriptor;
     descriptor = openWith(O_CREAT | O_EXCL);
-    // Somebody else, such as logrotate, has just created it; or it is a link that leads nowhere.
+    // Somebody else, such as logrotate, has just created it; or it is a dangling link.
     if (descriptor == CLOSED && errno == EEXIST) return openWith(O_CREAT);
     if (descriptor != CLOSED) setRights(descriptor, mode, previous);
     return descriptor;
 }
 
-/// `descriptor` cannot read. It stays so, because a pipe that its writer could also read would
-/// block the writer for ever once the reader is gone.
+/// Opens the file a second time, because `descriptor` is only for writing: the writer of a pipe
+/// that it could also read would block for ever once the real reader is gone.
 bool endsInsideLine(int descriptor, const char* path) {
     const struct stat status = statusOf(descriptor);
     if (!S_ISREG(status.st_mode) || status.st_size == 0) return false;

@@ -80,6 +80,10 @@ std::size_t AppendedFile::write(std::string_view text, std::error_code& error) {
             error = lastError();
             return done;
         }
+        if (written == 0) {
+            error = std::make_error_code(std::errc::io_error);
+            return done;
+        }
         done += written;
     }
     return done;

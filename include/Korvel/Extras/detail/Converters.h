@@ -56,7 +56,6 @@ struct Limit {
     std::int64_t omitted = 0;
 };
 
-/// A list of types.
 template <class... T>
 struct Types {};
 
@@ -168,8 +167,7 @@ struct FromPath : Leaf {
 struct FromTime : Leaf {
     template <class T>
     static Message convert(const T& time) {
-        using Clock = std::chrono::system_clock;
-        return Message(createIso8601String(std::chrono::floor<Clock::duration>(time)));
+        return Message(createIso8601String(toSystemTime(time)));
     }
 };
 
@@ -187,13 +185,16 @@ struct FromException : Leaf {
     }
 };
 
-/// Whatever else a Message can be made from, such as a class that converts to Message.
+/// Whatever else converts to Message, such as `std::atomic<bool>`.
 struct FromConvertible : Leaf {
     template <class T>
     static Message convert(const T& value) {
         return value;
     }
 };
+
+/// A class that is made to convert to Message, even if it is also a text or a range.
+struct FromMessage : FromConvertible {};
 
 struct FromDuration {
     template <class T>

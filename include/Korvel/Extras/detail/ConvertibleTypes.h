@@ -17,7 +17,7 @@
 #include <utility>
 #include <variant>
 
-/// What toMessage has to know about a type. Internal: not for users.
+/// What toMessage needs to know about a type. Internal: not for users.
 namespace Korvel::Extras::Detail {
 
 /// Contains nothing but the declarations that argument-dependent lookup is to compete with.
@@ -124,12 +124,20 @@ constexpr auto textOf() {
 template <class T>
 using Text = typename decltype(textOf<T>())::Type;
 
-/// A type that converts to narrow and to wide text is no text: it can be one that converts to
+/// A type that converts to both narrow and wide text is not text: it can be one that converts to
 /// anything, and fails at run time.
 template <class T>
 inline constexpr bool isText =
     !std::is_void_v<Text<T>> && !((becomes<T, std::string> || becomes<T, std::string_view>)&&(
                                     becomes<T, std::wstring> || becomes<T, std::wstring_view>));
+
+/// A Message, a class derived from it, or a class with a conversion function to it.
+template <class T, class = void>
+inline constexpr bool isMessage = std::is_convertible_v<const T*, const Message*>;
+template <class T>
+inline constexpr bool
+    isMessage<T, std::void_t<decltype(std::declval<const T&>().operator Message())>> =
+        std::is_convertible_v<const T&, Message>;
 
 template <class T>
 inline constexpr bool isNull =
@@ -173,6 +181,17 @@ template <class T>
 inline constexpr bool isTime = false;
 template <class Duration>
 inline constexpr bool isTime<std::chrono::time_point<std::chrono::system_clock, Duration>> = true;
+
+/// A coarser unit reaches further than the clock. Seconds as a double can represent both.
+template <class T>
+std::chrono::system_clock::time_point toSystemTime(const T& time) {
+    using Clock = std::chrono::system_clock;
+    using Seconds = std::chrono::duration<double>;
+    const Seconds seconds(time.time_since_epoch());
+    if (!(seconds < Seconds((Clock::duration::max)()))) return (Clock::time_point::max)();
+    if (!(seconds > Seconds((Clock::duration::min)()))) return (Clock::time_point::min)();
+    return std::chrono::floor<Clock::duration>(time);
+}
 
 /// Without `at` it is a multimap, which has several values for a key.
 template <class T, class = void>

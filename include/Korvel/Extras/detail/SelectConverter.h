@@ -46,6 +46,8 @@ template <class T>
 constexpr auto getConverter() {
     if constexpr (Lookup::isOwn<T>) {
         return FromOwn();
+    } else if constexpr (isMessage<T>) {
+        return FromMessage();
     } else if constexpr (isNull<T>) {
         return FromNull();
     } else if constexpr (isCharacter<T>) {
@@ -77,7 +79,7 @@ constexpr bool areSupported(Types<Seen...>, Types<Part...>) {
 }
 
 /// Judges the whole type at once, so that an error names the type that the user wrote. A type that
-/// contains itself is met again in `Seen`.
+/// contains itself appears again in `Seen`.
 ///
 /// Whoever asserts it writes the condition and the sentence in place, because each template in
 /// between would add a line to the error.
@@ -85,7 +87,7 @@ template <class T, class... Seen>
 constexpr bool isSupported() {
     if constexpr ((std::is_same_v<T, Seen> || ...)) {
         return true;
-    } else if constexpr (std::is_same_v<Converter<T>, FromUnknown>) {
+    } else if constexpr (std::is_volatile_v<T> || std::is_same_v<Converter<T>, FromUnknown>) {
         return false;
     } else {
         return areSupported(Types<T, Seen...>(), typename Converter<T>::template Parts<T>());
