@@ -1,11 +1,17 @@
 #include "micro/Pairs.h"
 #include "micro/Subjects.h"
 #include "support/Request.h"
+#include "support/Shapes.h"
 
 #include <Korvel/Extras/Context.h>
+#include <Korvel/Extras/Monitor.h>
 #include <Korvel/Extras/SeverityLogger.h>
+#include <Korvel/Extras/WellFormedSink.h>
+#include <Korvel/FileSink.h>
+#include <Korvel/SinkHandler.h>
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -14,6 +20,9 @@ namespace {
 
 using Korvel::Extras::Severity;
 using Korvel::Extras::SeverityLogger;
+
+/// The number of calls in a turn of a side that takes less than a microsecond.
+constexpr std::size_t CALLS = 1000;
 
 /// The end of a chain. It costs next to nothing, but the call does, as into another library.
 class Drain : public Korvel::Logger {
@@ -58,17 +67,35 @@ void list(benchmark::State& state) {
     });
 }
 
-/// Logs through `logger` a message that costs nothing to make.
+/// Logs through `logger` a message that costs nothing to make. Each turn begins with an empty
+/// queue.
 Side logging(const std::shared_ptr<Korvel::Logger>& logger) {
     return {[logger, type = std::wstring(L"RequestHandled")](std::size_t) {
-        benchmark::DoNotOptimize(logger->log(type, Korvel::Message()));
-    }};
+                benchmark::DoNotOptimize(logger->log(type, Korvel::Message()));
+            },
+            [logger] { logger->flush(); }};
 }
 
 Pair contextWithoutScope() {
-    constexpr std::size_t CALLS = 1000;
     const auto drain = std::make_shared<Drain>();
     return {logging(Korvel::Extras::createContextExtender(drain)), logging(drain), CALLS};
+}
+
+/// The workers deliver meanwhile, and read and write the counters.
+Pair monitorBesideHandler() {
+    const auto handler = std::make_shared<Korvel::SinkHandler>();
+    const auto monitored = std::make_shared<Korvel::SinkHandler>();
+    return {logging(std::make_shared<Korvel::Extras::Monitor>(monitored)), logging(handler), CALLS};
+}
+
+/// Appends one clean entry that is built once.
+Side appending(const std::shared_ptr<Korvel::Sink>& sink) {
+    return {[sink, entry = korvelEntry()](std::size_t) { sink->append(entry); }};
+}
+
+Pair wellFormedBesideFile() {
+    const auto file = std::make_shared<Korvel::FileSink>("/dev/null", false, false, UINT64_MAX);
+    return {appending(std::make_shared<Korvel::Extras::WellFormedSink>(file)), appending(file)};
 }
 
 }  // namespace
@@ -79,6 +106,8 @@ void addExtrasCosts() {
     benchmark::RegisterBenchmark("off/lazy/korvel", lazy);
     benchmark::RegisterBenchmark("off/list/korvel", list);
     addPair("extras/context", contextWithoutScope);
+    addPair("extras/monitor", monitorBesideHandler);
+    addPair("extras/wellFormed", wellFormedBesideFile);
 }
 
 }  // namespace Bench

@@ -27,6 +27,7 @@ WIDTHS = (100, 100_000)
 PAIRS = {
     "sink/console": ("Append to ConsoleSink", "pretty FileSink", 2),
     "sink/loggly": ("Append to LogglySink", "FileSink", 1.1),
+    "extras/wellFormed": ("Append through WellFormedSink", "FileSink", 1.15),
     "map/copy/100": ("Copying a Map of 100 keys", "std::map", 1.1 * 2.16),
     "map/take/100": ("Moving a std::map of 100 keys in", "std::map", 1.1 * 1.335),
     "map/take/1000": ("Moving a std::map of 1,000 keys in", "std::map", 1.1 * 1.44),
@@ -36,6 +37,7 @@ PAIRS = {
 ADDED = {
     "filter/read": ("Reading a key in a Filter adds", 45),
     "extras/context": ("A context extender adds without a scope", 5),
+    "extras/monitor": ("A Monitor adds to an entry", 10),
 }
 # The forms of a call whose severity is off that have a limit.
 OFF = {"isOn": "isOn", "bare": "no payload", "lazy": "lazy payload"}

@@ -32,7 +32,8 @@ public:
         return {{"number", number_},
                 {"since", createIso8601String(since_)},
                 {"bySeverity", bySeverity},
-                {"severity", std::string(severityName(Severity::Warning))}};
+                {"severity", std::string(severityName(Severity::Warning))},
+                {"timestamp", createIso8601String(std::chrono::system_clock::now())}};
     }
 
 private:
@@ -40,6 +41,14 @@ private:
     std::map<std::string, std::uint64_t> bySeverity_;
     std::chrono::system_clock::time_point since_;
 };
+
+BoundedLoggerOptions withinLimits(BoundedLoggerOptions options) {
+    // Never reached, and a double of this size is exact.
+    constexpr std::uint64_t MAX_CEILING = std::uint64_t{1} << 52;
+    options.ceiling = (std::min)(options.ceiling, MAX_CEILING);
+    options.wait = (std::min)(options.wait, MonitorState::LONGEST);
+    return options;
+}
 
 std::uint64_t ordinaryPlaces(const BoundedLoggerOptions& options) {
     const double share = 1 - std::clamp(options.reserve, 0.0, 1.0);
@@ -55,7 +64,9 @@ public:
     using Place = EntryCounts::Place;
 
     State(std::shared_ptr<MonitorState> monitor, const BoundedLoggerOptions& options)
-        : monitor_(std::move(monitor)), options_(options), ordinary_(ordinaryPlaces(options)) {
+        : monitor_(std::move(monitor)),
+          options_(withinLimits(options)),
+          ordinary_(ordinaryPlaces(options_)) {
         monitor_->addAction(this, [this] { noteIfRoom(); });
     }
     State(const State&) = delete;
@@ -95,7 +106,7 @@ BoundedLogger::State::~State() {
         Message text = refused_.toMessage();
         if (owesNote_) monitor_->pass(NOTE_TYPE, text, Place::None);
     } catch (...) {
-        // There is no memory for the note, and nobody to tell.
+        // There is no memory for the note.
     }
 }
 

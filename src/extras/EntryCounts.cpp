@@ -12,7 +12,7 @@ constexpr std::uint64_t MAX_DELIVERIES = 64;
 /// without a fence and not at every delivery, so it can miss one.
 constexpr std::chrono::milliseconds MAX_SLEEP(5);
 
-/// Unlike a `std::thread::id`, no later thread gets the same number.
+/// Unlike a `std::thread::id`, no later thread gets the same number, but a greater one.
 std::uint64_t threadNumber() noexcept {
     static std::atomic<std::uint64_t> last = 0;
     thread_local std::uint64_t number = 0;
@@ -42,18 +42,9 @@ void EntryCounts::release(Place place) noexcept {
 /// The limit is exact: what was delivered had its place or its entry in the word that the exchange
 /// then finds unchanged, so entries in flight are never counted too low.
 bool EntryCounts::reserve(std::uint64_t limit) noexcept {
-    constexpr std::uint64_t MAX_PLACES = ENTRY - 1;
-    std::uint64_t settledBefore = settledBefore_.load(std::memory_order_relaxed);
     std::uint64_t calls = calls_.load(std::memory_order_acquire);
     do {
-        const std::uint64_t places = calls & MAX_PLACES;
-        const std::uint64_t taken = (calls >> PLACE_BITS) + places;
-        if (positiveDifference(taken, settledBefore) >= limit) {
-            settledBefore = settled();
-            settledBefore_.store(settledBefore, std::memory_order_relaxed);
-            if (positiveDifference(taken, settledBefore) >= limit) return false;
-        }
-        if (places == MAX_PLACES) return false;
+        if (inFlight(calls) >= limit || (calls & MAX_PLACES) == MAX_PLACES) return false;
     } while (!calls_.compare_exchange_weak(calls, calls + 1, std::memory_order_acq_rel,
                                            std::memory_order_acquire));
     return true;
@@ -72,11 +63,6 @@ bool EntryCounts::waitForPlace(std::uint64_t limit, Clock::time_point end) {
     }
     --waiters_;
     return isReserved;
-}
-
-std::uint64_t EntryCounts::inFlight() const noexcept {
-    const std::uint64_t calls = calls_.load(std::memory_order_acquire);
-    return positiveDifference((calls >> PLACE_BITS) + (calls & (ENTRY - 1)), settled());
 }
 
 void EntryCounts::completePass() noexcept {
@@ -101,13 +87,21 @@ void EntryCounts::raiseHighestWaiting(std::uint64_t waiting) noexcept {
     raise(highestWaiting_, waiting);
 }
 
+void EntryCounts::loseWorker(std::uint64_t worker) noexcept {
+    raise(deadWorker_, worker);
+}
+
 void EntryCounts::raiseLost(std::uint64_t lost) noexcept {
+    // While they waited, the worker that lost them may not have looked.
+    raiseHighestWaiting(read().waiting);
     raise(lost_, lost);
     wakeWaiters();
 }
 
-std::uint64_t EntryCounts::settled() const noexcept {
-    return delivered_.load(std::memory_order_acquire) + lost_.load(std::memory_order_acquire);
+std::uint64_t EntryCounts::inFlight(std::uint64_t calls) const noexcept {
+    const std::uint64_t delivered = delivered_.load(std::memory_order_acquire);
+    const std::uint64_t lost = lost_.load(std::memory_order_acquire);
+    return positiveDifference((calls >> PLACE_BITS) + (calls & MAX_PLACES), delivered + lost);
 }
 
 /// Entries wait until they are delivered, so most of them wait just before a delivery.
@@ -125,7 +119,6 @@ void EntryCounts::look(std::uint64_t delivered) noexcept {
 
 void EntryCounts::noticeWorker() noexcept {
     worker_.store(threadNumber(), std::memory_order_release);
-    isAlive_.store(true, std::memory_order_relaxed);
 }
 
 void EntryCounts::wakeWaiters() noexcept {

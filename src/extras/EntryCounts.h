@@ -35,7 +35,7 @@ public:
     void accept(Place place) noexcept {
         calls_.fetch_add(ENTRY - static_cast<std::uint64_t>(place), std::memory_order_release);
     }
-    /// Gives a place back whose entry the handler has not taken.
+    /// Returns the place of an entry that the handler has not taken.
     void release(Place place) noexcept;
     void refuse() noexcept { refused_.fetch_add(1, std::memory_order_relaxed); }
     /// Takes a place if fewer than `limit` entries and places are in flight.
@@ -43,9 +43,6 @@ public:
     /// Waits until reserve succeeds, but not after `end`, not without a worker, and not on its
     /// thread. The thread of a new worker is known from its 64th delivery on.
     bool waitForPlace(std::uint64_t limit, Clock::time_point end);
-
-    /// Waiting entries and places.
-    std::uint64_t inFlight() const noexcept;
 
     // Called by the worker.
 
@@ -60,17 +57,23 @@ public:
 
     /// `waiting` is never more than what really waited when the call began.
     Reading read() const noexcept;
+    /// Waiting entries and places.
+    std::uint64_t inFlight() const noexcept {
+        return inFlight(calls_.load(std::memory_order_acquire));
+    }
     std::uint64_t refused() const noexcept { return refused_.load(std::memory_order_relaxed); }
     std::uint64_t passes() const noexcept { return passes_.load(std::memory_order_acquire); }
-    /// A number that no two workers share, or 0 before the first was noticed.
+    /// The number of the last noticed worker, greater than that of each before it, or 0 before the
+    /// first was noticed.
     std::uint64_t worker() const noexcept { return worker_.load(std::memory_order_acquire); }
-    bool isAlive() const noexcept { return isAlive_.load(std::memory_order_relaxed); }
+    bool isAlive() const noexcept { return worker() > deadWorker_.load(std::memory_order_relaxed); }
     std::uint64_t highestWaiting() const noexcept;
     void raiseHighestWaiting(std::uint64_t waiting) noexcept;
 
     // Called by any thread that has flushed the handler.
 
-    void loseWorker() noexcept { isAlive_.store(false, std::memory_order_relaxed); }
+    /// Notes that the worker of this number has ended. A newer one stays alive.
+    void loseWorker(std::uint64_t worker) noexcept;
     /// Sets the number of lost entries to at least `lost`.
     void raiseLost(std::uint64_t lost) noexcept;
 
@@ -80,12 +83,13 @@ private:
     /// one word because a place turns into an entry in one step.
     static constexpr unsigned PLACE_BITS = 12;
     static constexpr std::uint64_t ENTRY = std::uint64_t{1} << PLACE_BITS;
+    static constexpr std::uint64_t MAX_PLACES = ENTRY - 1;
     static constexpr std::size_t CACHE_LINE = 64;
 
     std::uint64_t accepted() const noexcept {
         return calls_.load(std::memory_order_acquire) >> PLACE_BITS;
     }
-    std::uint64_t settled() const noexcept;
+    std::uint64_t inFlight(std::uint64_t calls) const noexcept;
     void look(std::uint64_t delivered) noexcept;
     void noticeWorker() noexcept;
     void wakeWaiters() noexcept;
@@ -94,8 +98,6 @@ private:
 
     alignas(CACHE_LINE) std::atomic<std::uint64_t> calls_ = 0;
     std::atomic<std::uint64_t> refused_ = 0;
-    /// At most delivered + lost. Saves most reads of what the worker writes.
-    std::atomic<std::uint64_t> settledBefore_ = 0;
 
     // Written by the worker.
 
@@ -109,7 +111,7 @@ private:
 
     alignas(CACHE_LINE) std::atomic<std::uint64_t> lost_ = 0;
     std::atomic<std::uint64_t> highestWaiting_ = 0;
-    std::atomic<bool> isAlive_ = false;
+    std::atomic<std::uint64_t> deadWorker_ = 0;
     std::atomic<unsigned> waiters_ = 0;
     std::mutex waitersMutex_;
     std::condition_variable room_;

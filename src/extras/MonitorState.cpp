@@ -2,13 +2,23 @@
 
 #include "extras/TakeOver.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
 namespace Korvel::Extras {
+namespace {
+
+MonitorOptions withinLimits(MonitorOptions options) {
+    options.interval = (std::min)(options.interval, MonitorState::LONGEST);
+    options.restartPause = (std::min)(options.restartPause, MonitorState::LONGEST);
+    return options;
+}
+
+}  // namespace
 
 MonitorState::MonitorState(std::shared_ptr<SinkHandler> handler, MonitorOptions options)
-    : handler_(std::move(handler)), options_(std::move(options)) {
+    : handler_(std::move(handler)), options_(withinLimits(std::move(options))) {
     if (handler_ == nullptr) throw std::invalid_argument("Monitor needs a handler");
     handler_->installSink(std::make_shared<CountingSink>(counts_));
     flushSinks();
@@ -116,21 +126,25 @@ void MonitorState::look() {
 
 /// Whether there is something to find out by a flush. A worker that is not alive is asked again
 /// each time, because the application may have started it; that costs nothing without a worker.
+/// Entries of the previous worker may be lost until no entry waits: countLost finds too few of them
+/// while others are delivered.
 bool MonitorState::isSuspicious() {
     const EntryCounts::Reading reading = counts_->read();
     const bool isStuck = reading.waiting > 0 &&
                          std::exchange(deliveredBefore_, reading.delivered) == reading.delivered;
     const std::uint64_t worker = counts_->worker();
-    const bool isNew = std::exchange(workerBefore_, worker) != worker;
-    return isStuck || isNew || !counts_->isAlive();
+    if (std::exchange(workerBefore_, worker) != worker) mayHaveLost_ = true;
+    if (reading.waiting == 0) mayHaveLost_ = false;
+    return isStuck || mayHaveLost_ || !counts_->isAlive();
 }
 
 /// Returns whether there is a worker. With one, a flush calls all sinks before it returns.
 bool MonitorState::flushSinks() {
+    const std::uint64_t worker = counts_->worker();
     const std::uint64_t passes = counts_->passes();
     handler_->flush();
     if (counts_->passes() != passes) return true;
-    counts_->loseWorker();
+    counts_->loseWorker(worker);
     return false;
 }
 

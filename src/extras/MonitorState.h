@@ -20,6 +20,8 @@ class MonitorState {
 public:
     using Clock = std::chrono::steady_clock;
     using Place = EntryCounts::Place;
+    /// Much longer times overflow when they are added to the time of a clock.
+    static constexpr std::chrono::milliseconds LONGEST = std::chrono::hours(24 * 365);
 
     MonitorState(std::shared_ptr<SinkHandler> handler, MonitorOptions options);
     MonitorState(const MonitorState&) = delete;
@@ -60,6 +62,7 @@ private:
 
     std::uint64_t deliveredBefore_ = 0;
     std::uint64_t workerBefore_ = 0;
+    bool mayHaveLost_ = false;
     Clock::time_point nextRestart_;
 
     // Written by the watcher.

@@ -16,7 +16,7 @@ using Time = std::chrono::steady_clock::time_point;
 
 constexpr std::size_t MAX_KEYS = 1024;
 
-/// The sequence number of the current window's entries, and what nobody has been told yet.
+/// The sequence number of the current window's entries, and what was not yet reported.
 struct Counter {
     std::optional<Time> windowBegin;
     std::uint64_t received = 0;
@@ -116,7 +116,7 @@ SamplingFilter::~SamplingFilter() {
     try {
         if (target_ != nullptr) state_->reportTo(*target_);
     } catch (...) {
-        // Nobody is left to tell.
+        // Nobody is left who could hear of it.
     }
 }
 

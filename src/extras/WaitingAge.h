@@ -7,8 +7,8 @@
 
 namespace Korvel::Extras {
 
-/// Remembers when how many entries had been accepted, to tell the age of the oldest waiting one
-/// without a time in each entry.
+/// Remembers how many entries had been accepted at which time. This gives the age of the oldest
+/// waiting entry without a time in each entry.
 class WaitingAge {
 public:
     using Clock = std::chrono::steady_clock;

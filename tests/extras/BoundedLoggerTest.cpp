@@ -138,6 +138,10 @@ TEST(BoundedLogger, KeepsPlacesForErrorsAndOneForTheNote) {
               (Entries{"info", "info", "loud", "loud", "error", "error", "critical"}));
     logger.flush();
     EXPECT_EQ(fixture.delivered().back(), R"(3 {"critical":1,"warning":2})");
+
+    options = ceilingOf(UINT64_MAX);
+    options.reserve = 0;
+    EXPECT_TRUE(BoundedLogger(fixture.monitor, options).log("without a limit", {}));
 }
 
 TEST(BoundedLogger, NotesRefusalsWhenRoomReturnsAndAtTheEnd) {
@@ -166,7 +170,7 @@ TEST(BoundedLogger, NotesRefusalsWhenRoomReturnsAndAtTheEnd) {
 
 TEST(BoundedLogger, WaitsForAPlaceButNeverInVain) {
     Fixture fixture;
-    BoundedLogger patient(fixture.monitor, ceilingOf(3, 1h));
+    BoundedLogger patient(fixture.monitor, ceilingOf(3, (std::chrono::milliseconds::max)()));
     BoundedLogger hurried(fixture.monitor, ceilingOf(3, 20ms));
     EXPECT_TRUE(patient.log("x", {}));
     EXPECT_TRUE(patient.log("x", {}));
@@ -177,8 +181,9 @@ TEST(BoundedLogger, WaitsForAPlaceButNeverInVain) {
     EXPECT_FALSE(hurried.log("refused", {}));
     fixture.gate.open();
     caller.join();
-    const Entries delivered = fixture.delivered();
-    EXPECT_EQ(Entries(delivered.begin(), delivered.begin() + 3), (Entries{"x", "x", "waited"}));
+    Entries delivered = fixture.delivered();
+    delivered.resize(3);  // Without the note.
+    EXPECT_EQ(delivered, (Entries{"x", "x", "waited"}));
 
     Fixture unstarted(watching(0ms), false);
     BoundedLogger logger(unstarted.monitor, ceilingOf(2, 1h));
@@ -221,5 +226,6 @@ TEST(BoundedLogger, OpensAgainAfterASinkThrewAwayABatch) {
         EXPECT_EQ(end.delivered, delivered);
         EXPECT_EQ(end.accepted, delivered + end.lost);
         EXPECT_GE(end.lost, restart ? 1U : 7U);
+        EXPECT_EQ(end.highestWaiting, 7U);
     }
 }

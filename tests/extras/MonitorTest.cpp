@@ -132,7 +132,7 @@ TEST(Monitor, RestartsNeitherABusyWorkerNorOneThatNobodyStarted) {
     EXPECT_EQ(idle.snapshot().restarts + busy.snapshot().restarts, 0U);
 }
 
-TEST(Monitor, TellsTheAgeOfTheOldestWaitingEntry) {
+TEST(Monitor, KnowsTheAgeOfTheOldestWaitingEntry) {
     constexpr int ENTRIES = 30000;
     const auto handler = std::make_shared<SinkHandler>();
     HoldingSink first;

@@ -26,12 +26,13 @@ struct BoundedLoggerOptions {
 /// A Logger in front of a Monitor that refuses entries while too many of them wait, so that a slow
 /// or blocked sink cannot fill the memory.
 ///
-/// log returns false for a refused entry. What was refused is also told in the log itself, by an
-/// entry of the type "EntriesRefused" and the severity warning, as soon as ordinary entries are
-/// admitted again, but at most once a second, and by flush and the destructor:
+/// log returns false for a refused entry. The log itself also reports what was refused, in an entry
+/// of the type "EntriesRefused" and the severity warning, as soon as ordinary entries are admitted
+/// again, but at most once a second, and on flush and destruction:
 ///
 ///     {"bySeverity":{"error":2,"info":38,"none":1},"message":"EntriesRefused","number":41,
-///      "severity":"warning","since":"2026-11-18T21:16:42.123Z"}
+///      "severity":"warning","since":"2026-11-18T21:16:42.123Z",
+///      "timestamp":"2026-11-18T21:16:45.001Z"}
 ///
 /// "bySeverity" contains the severities that occurred, and "none" for entries without one. "since"
 /// is the time of the first refusal that the entry counts.
@@ -47,8 +48,8 @@ struct BoundedLoggerOptions {
 /// deliveries. Do not log while holding a lock that a sink needs.
 ///
 /// When a sink ends the worker, its entries keep their places until the Monitor counts them as
-/// lost, which it does once a worker runs again. Use MonitorOptions::restart, or the ceiling stays
-/// closed.
+/// lost: once a worker runs again, and the load leaves it a pause. Without MonitorOptions::restart
+/// the ceiling can stay closed.
 ///
 /// Not promised: the ceiling is a number of entries, not of bytes. An entry that the handler itself
 /// refuses, because it is stopped, is refused here as well but not in the note.

@@ -16,7 +16,7 @@ namespace Korvel::Extras {
 ///
 /// Scopes nest. If several have the same key, the inner scope wins, and a key of the entry itself
 /// wins over all scopes. This is the reverse of an Extender, which overwrites: a context states
-/// what is generally so, and an entry knows better.
+/// what holds in general, and an entry is more specific.
 ///
 /// A scope is a local variable: it can be neither copied nor moved nor created by `new`, and an
 /// exception that leaves the block ends it. It must end on the thread that began it, inner scopes
@@ -31,8 +31,8 @@ namespace Korvel::Extras {
 /// An exception ends the scopes before it is caught. To log it with its context, capture where it
 /// is thrown, and keep the result in the exception.
 ///
-/// Not promised: keys are not reported as lost. The type name replaces a key "message", and an
-/// Extender between the context and the SinkHandler replaces its own.
+/// Not promised: that a key survives. The type name replaces a key "message", and an Extender
+/// between the context and the SinkHandler replaces its own, both without a report.
 ///
 /// Errors: the constructors throw WrongTypeException if the keys are neither a Map nor Null, and
 /// `std::bad_alloc`.

@@ -54,7 +54,8 @@ struct MonitorSnapshot {
     /// The most entries that waited at one time. Too small by about 64 at most.
     std::uint64_t highestWaiting = 0;
     /// How long the oldest waiting entry has waited; zero if none waits. Too short by at most the
-    /// interval of the watcher, or by a 64th of itself if that is longer.
+    /// interval of the watcher, or by a 64th of itself if that is longer. Entries that are logged
+    /// while a slow sink holds up a flush of the watcher are first seen by the next snapshot.
     std::chrono::milliseconds oldestWaiting{0};
     /// When the last delivery was noticed, by the watcher or by a snapshot.
     std::optional<std::chrono::system_clock::time_point> lastDelivery;
@@ -77,8 +78,8 @@ KORVEL_EXTRAS_API Message toMessage(const MonitorSnapshot& snapshot);
 /// The constructor installs a sink that counts deliveries. Install all other sinks before: an entry
 /// is delivered when this sink receives it, and a sink that is installed later can still drop it.
 /// Log through the monitor only, from the first entry on. Entries that reach the handler in another
-/// way count as accepted when they are delivered, and hide as many that were lost. An entry that
-/// carries a snapshot is counted like any other.
+/// way count as accepted when they are delivered, and hide as many that wait or were lost. An entry
+/// that carries a snapshot is counted like any other.
 ///
 /// Cost: a few nanoseconds for each entry.
 ///
@@ -87,8 +88,9 @@ KORVEL_EXTRAS_API Message toMessage(const MonitorSnapshot& snapshot);
 /// reaches no sink means that there is no worker. It then starts a new one, if the options ask for
 /// it. It does not start a handler that it has never seen with a worker: start the handler before
 /// you create the monitor. Nor does it if no entry waits, as in a handler that was stopped. After a
-/// restart, also one by the application, the watcher finds out how many entries were lost. Under a
-/// load that never pauses it may find a few of them only later.
+/// restart, also one by the application, the watcher finds out how many entries were lost. It finds
+/// too few while others are delivered, so it tries again until it sees that no entry waits. Under a
+/// load that never lets the queue become empty, lost entries continue to count as waiting.
 ///
 /// Stopping: with `restart`, the monitor is the owner of the handler, who alone may call
 /// startProcessing and stopProcessing. Call stopWatching, or destroy the monitor, before you stop

@@ -72,7 +72,7 @@ private:
     const std::unique_ptr<State> state_;
 };
 
-/// The decision of a SamplingFilter as a predicate for Filter. It does not tell anybody how many
+/// The decision of a SamplingFilter as a predicate for Filter. It does not report how many
 /// entries it has suppressed. Copies share their counters and may be called from any thread.
 KORVEL_EXTRAS_API std::function<bool(const Message&)> samplingPredicate(
     SamplingFilterOptions options = {});
