@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <exception>
 #include <map>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -99,7 +100,7 @@ LoggingState::LoggingState(const LoggingOptions& options,
 LoggingState::~LoggingState() {
     if (process_ != processId()) {
         // Their threads are in the parent process, and destructors would wait for them.
-        static_cast<void>(new std::shared_ptr<LoggingParts>(parts_));
+        static_cast<void>(new (std::nothrow) std::shared_ptr<LoggingParts>(parts_));
         return;
     }
     std::thread thread;
