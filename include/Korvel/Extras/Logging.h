@@ -55,9 +55,9 @@ struct LoggingOptions {
     bool hasLocation = false;
     /// Nothing: no ceiling.
     std::optional<BoundedLoggerOptions> ceiling = BoundedLoggerOptions();
-    /// The monitor itself is always there: the ceiling and snapshot need it. The snapshot's `failed`
-    /// also contains the failures of the guarded sinks under their names. Sinks of the same name
-    /// are counted together.
+    /// The monitor itself is always there: the ceiling and snapshot need it. The snapshot's
+    /// `failed` also contains the failures of the guarded sinks under their names. Sinks of the
+    /// same name are counted together.
     MonitorOptions monitor;
     /// Whether the sinks are guarded, and what applies to all guards. The name is that of the sink.
     bool isGuarded = true;
