@@ -1,5 +1,5 @@
-// job_server [DIRECTORY]: summarises the orders of 500 customers on four threads. The console shows
-// what needs attention; DIRECTORY/jobs.jsonl, which is rotated at 100 kB, has everything.
+// job_server [DIRECTORY]: runs 500 jobs on four threads. Each summarises the orders of a customer.
+// The console shows what needs attention; DIRECTORY/jobs.jsonl, rotated at 100 kB, has everything.
 
 #include <Korvel/Extras.h>
 

@@ -19,6 +19,9 @@ using Cause = bool FlushAtExitOptions::*;
 /// Whether this thread flushes or waits for a flush. If it terminates then, it does not wait again.
 thread_local bool isBusy = false;
 
+/// Far enough, and can be added to the time without an overflow.
+constexpr std::chrono::milliseconds MAX_LIMIT = std::chrono::hours(24 * 365);
+
 }  // namespace
 
 /// The thread of an object. A process made by fork has the object, but not the thread.
@@ -44,7 +47,7 @@ public:
     bool waitsFor(Cause cause) const noexcept { return options_.*cause; }
 
     void request() {
-        deadline_ = std::chrono::steady_clock::now() + options_.limit;
+        deadline_ = std::chrono::steady_clock::now() + (std::min)(options_.limit, MAX_LIMIT);
         {
             const std::lock_guard<std::mutex> guard(mutex_);
             ++requests_;
@@ -52,10 +55,11 @@ public:
         signal_.notify_all();
     }
 
-    /// Waits until the flush that was requested last has ended, or its limit has passed.
-    void wait() {
+    /// Waits until the flush that was requested last has ended, or its limit has passed. Returns
+    /// whether it has ended.
+    bool wait() {
         std::unique_lock<std::mutex> guard(mutex_);
-        signal_.wait_until(guard, deadline_, [this] { return completed_ == requests_; });
+        return signal_.wait_until(guard, deadline_, [this] { return completed_ == requests_; });
     }
 
 private:
@@ -84,7 +88,7 @@ private:
     const std::shared_ptr<Logger> logger_;
     const long process_ = processId();
 
-    // Guarded by the lock of the list.
+    // Guarded by the lock of the list, while this object is in it.
 
     std::chrono::steady_clock::time_point deadline_;
 
@@ -191,10 +195,10 @@ FlushAtExit::FlushAtExit(const FlushAtExitOptions& options, std::shared_ptr<Logg
 FlushAtExit::~FlushAtExit() {
     if (flush_->isHere()) {
         Registry::get().remove(*flush_);
-    } else {
-        // The thread that it would join is in the parent process.
-        static_cast<void>(flush_.release());
+        if (flush_->wait()) return;
     }
+    // The thread that it would join is in the parent process, or stuck.
+    static_cast<void>(flush_.release());
 }
 
 void FlushAtExit::flushForExit() {

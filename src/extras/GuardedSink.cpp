@@ -39,8 +39,10 @@ void call(Sink* sink, Operation operation, const Message* entry) {
     }
 }
 
-/// One write, so that lines of several processes stay whole.
+/// Writes nothing for an empty text, and otherwise once, so that lines of several processes stay
+/// whole.
 void writeLine(std::string line) {
+    if (line.empty()) return;
     for (char& byte : line) {
         if (byte < ' ' || byte > '~') byte = '?';
     }
@@ -61,11 +63,13 @@ struct Tally {
 
     Row& row(Operation operation) { return rows[operation == Operation::Append ? 0 : 1]; }
 
+    bool isFailing() const { return rows[0].length > 0 || rows[1].length > 0; }
+
     std::array<Row, 2> rows;
     std::uint64_t total = 0;
 };
 
-/// The default reporter.
+/// The default reporter without its output. An empty text means that there is nothing to report.
 class FailureLine {
 public:
     FailureLine(std::string name, Clock::duration interval)
@@ -73,34 +77,35 @@ public:
 
     bool hasSwallowed() const { return swallowed_ > 0; }
 
-    void failed(const Failure& failure) {
+    std::string failed(const Failure& failure) {
         if (!isTime()) {
             ++swallowed_;
-            return;
+            return {};
         }
         std::string line = failure.isFallback ? "fallback failed to " : "failed to ";
         line += failure.operation == Operation::Append ? "append" : "flush";
         if (hasSwallowed()) line += " (" + counted(swallowed_) + " not shown before)";
-        write(line + ": " + failure.text.substr(0, MAX_TEXT));
+        return next(line + ": " + failure.text.substr(0, MAX_TEXT));
     }
 
-    void worked() {
-        if (hasSwallowed() && isTime()) {
-            write("works again (" + counted(swallowed_) + " not shown)");
-        }
+    std::string worked() {
+        if (!hasSwallowed() || !isTime()) return {};
+        return next("works again (" + counted(swallowed_) + " not shown)");
     }
 
-    void end() {
-        if (hasSwallowed()) write("ends (" + counted(swallowed_) + " not shown)");
+    std::string end() {
+        return hasSwallowed() ? next("ends (" + counted(swallowed_) + " not shown)")
+                              : std::string();
     }
 
 private:
     bool isTime() const { return !last_ || Clock::now() - *last_ >= interval_; }
 
-    void write(const std::string& event) {
-        writeLine("Korvel: " + name_ + ' ' + event);
+    std::string next(const std::string& event) {
+        std::string line = "Korvel: " + name_ + ' ' + event;
         last_ = Clock::now();
         swallowed_ = 0;
+        return line;
     }
 
     const std::string name_;
@@ -166,8 +171,10 @@ struct GuardedSink::State {
 
     void report(const Failure& failure) {
         if (options.reporter) return options.reporter(failure);
-        const std::lock_guard<std::mutex> guard(mutex);
-        line.failed(failure);
+        std::unique_lock<std::mutex> guard(mutex);
+        std::string text = line.failed(failure);
+        guard.unlock();  // Standard error can be stuck, and state must not wait for it.
+        writeLine(std::move(text));
     }
 
     void missed() noexcept {
@@ -176,15 +183,14 @@ struct GuardedSink::State {
     }
 
     void worked(Operation operation, bool isFallback) noexcept try {
-        const std::lock_guard<std::mutex> guard(mutex);
-        Tally& tally = isFallback ? fallbackTally : targetTally;
-        tally.row(operation) = {};
-        if (!isFallback) line.worked();
-        bool isNeeded = line.hasSwallowed();
-        for (const Tally* each : {&targetTally, &fallbackTally}) {
-            for (const Tally::Row& row : each->rows) isNeeded = isNeeded || row.length > 0;
-        }
-        needsSuccess.store(isNeeded, std::memory_order_relaxed);
+        std::unique_lock<std::mutex> guard(mutex);
+        (isFallback ? fallbackTally : targetTally).row(operation) = {};
+        std::string text = isFallback || targetTally.isFailing() ? std::string() : line.worked();
+        needsSuccess.store(
+            line.hasSwallowed() || targetTally.isFailing() || fallbackTally.isFailing(),
+            std::memory_order_relaxed);
+        guard.unlock();
+        writeLine(std::move(text));
     } catch (...) {
         // There is no memory for the line: the next success tries again.
     }
@@ -208,7 +214,7 @@ GuardedSink::GuardedSink(std::shared_ptr<Sink> target, GuardedSinkOptions option
 
 GuardedSink::~GuardedSink() {
     try {
-        state_->line.end();
+        writeLine(state_->line.end());
     } catch (...) {
         // There is no memory for the line, and nobody to tell.
     }

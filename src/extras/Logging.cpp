@@ -1,57 +1,41 @@
 #include <Korvel/Extras/Logging.h>
 
+#include "extras/LoggingParts.h"
 #include "extras/platform/Signals.h"
 
 #include <Korvel/Extras/Context.h>
 #include <Korvel/Filter.h>
 #include <Korvel/Functions.h>
-#include <Korvel/SinkHandler.h>
 
-#include <condition_variable>
+#include <atomic>
 #include <cstdio>
 #include <exception>
-#include <mutex>
+#include <map>
 #include <new>
+#include <system_error>
 #include <thread>
 
 namespace Korvel::Extras {
 namespace {
 
-/// What the end takes apart, on a thread of its own that may be left behind with it.
-class LoggingParts {
+/// Keeps the number of entries that a file has dropped. Asking the file would wait for a
+/// write that is stuck.
+class CountedFile : public Sink {
 public:
-    std::shared_ptr<SinkHandler> handler = std::make_shared<SinkHandler>(false);
-    std::vector<std::shared_ptr<Sink>> sinks;
-    std::shared_ptr<Monitor> monitor;
-    /// The ceiling, or the monitor if there is none.
-    std::shared_ptr<Logger> limiter;
+    using Dropped = std::shared_ptr<std::atomic<std::uint64_t>>;
 
-    void end() noexcept {
-        try {
-            limiter->flush();
-        } catch (...) {
-            // There is no memory for the note about refused entries.
-        }
-        monitor->stopWatching();
-        handler->stopProcessing();
-        for (const std::shared_ptr<Sink>& sink : sinks) handler->removeSink(sink);
-        sinks.clear();
-        {
-            const std::lock_guard<std::mutex> guard(mutex_);
-            hasEnded_ = true;
-        }
-        signal_.notify_all();
-    }
+    CountedFile(std::shared_ptr<ReopeningFileSink> file, Dropped dropped)
+        : file_(std::move(file)), dropped_(std::move(dropped)) {}
 
-    bool waitForEnd(std::chrono::milliseconds limit) {
-        std::unique_lock<std::mutex> guard(mutex_);
-        return signal_.wait_for(guard, limit, [this] { return hasEnded_; });
+    void flush() override { file_->flush(); }
+    void append(const Message& message) override {
+        file_->append(message);
+        *dropped_ = file_->status().dropped;
     }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable signal_;
-    bool hasEnded_ = false;
+    const std::shared_ptr<ReopeningFileSink> file_;
+    const Dropped dropped_;
 };
 
 std::shared_ptr<Logger> makeChain(std::shared_ptr<Logger> logger, const LoggingOptions& options) {
@@ -63,8 +47,7 @@ std::shared_ptr<Logger> makeChain(std::shared_ptr<Logger> logger, const LoggingO
 
 using Count = std::function<std::uint64_t()>;
 
-/// Adds to `count`, which may be empty. The counts live as long as copies of the logger, and the
-/// sinks do not.
+/// Adds to `count`, which may be empty. The counts do not keep the sinks alive.
 void countFailures(Count& count, const std::weak_ptr<GuardedSink>& sink, Count dropped) {
     count = [others = std::move(count), sink, dropped = std::move(dropped)] {
         const std::shared_ptr<GuardedSink> guard = sink.lock();
@@ -82,34 +65,35 @@ public:
     LoggingState& operator=(const LoggingState&) = delete;
     ~LoggingState();
 
-    const Monitor& monitor() const noexcept { return *parts_->monitor; }
+    MonitorSnapshot snapshot() const;
     const std::shared_ptr<Logger>& limiter() const noexcept { return parts_->limiter; }
     const std::shared_ptr<Logger>& chain() const noexcept { return chain_; }
     const SeverityLogger& logger() const noexcept { return *logger_; }
 
 private:
-    void install(const LoggingOptions& options, LoggingBuilder::NamedSink& sink,
-                 MonitorOptions& monitor);
+    void install(const LoggingOptions& options, LoggingBuilder::NamedSink& sink);
+    void startMonitor(MonitorOptions options);
 
     std::shared_ptr<LoggingParts> parts_ = std::make_shared<LoggingParts>();
     std::shared_ptr<Logger> chain_;
     std::optional<SeverityLogger> logger_;
+    /// Not in the monitor: what the application counts there can wait for a stuck sink, or throw.
+    std::map<std::string, Count> failed_;
     const std::chrono::milliseconds limit_;
     const long process_ = processId();
 };
 
 LoggingState::LoggingState(const LoggingOptions& options,
                            std::vector<LoggingBuilder::NamedSink> sinks)
-    : limit_(options.exit.limit) {
-    MonitorOptions monitor = options.monitor;
-    for (LoggingBuilder::NamedSink& sink : sinks) install(options, sink, monitor);
-    parts_->handler->startProcessing();
-    parts_->monitor = std::make_shared<Monitor>(parts_->handler, std::move(monitor));
+    : failed_(options.monitor.failed), limit_(options.exit.limit) {
+    for (LoggingBuilder::NamedSink& sink : sinks) install(options, sink);
+    startMonitor(options.monitor);
     parts_->limiter = parts_->monitor;
     if (options.ceiling) {
         parts_->limiter = std::make_shared<BoundedLogger>(parts_->monitor, *options.ceiling);
     }
-    chain_ = makeChain(parts_->limiter, options);
+    parts_->gate = std::make_shared<Gate>(parts_->limiter);
+    chain_ = makeChain(parts_->gate, options);
     logger_ = SeverityLogger(chain_, options.severity).withLocation(options.hasLocation);
 }
 
@@ -127,29 +111,43 @@ LoggingState::~LoggingState() {
         parts_->end();
         return;
     }
-    if (parts_->waitForEnd(limit_)) {
-        thread.join();
-    } else {
-        thread.detach();
-        const auto waiting = static_cast<unsigned long long>(monitor().snapshot().waiting);
-        std::fprintf(stderr, "Korvel: a sink is stuck; entries not delivered: %llu\n", waiting);
-    }
+    const bool hasEnded = parts_->waitForEnd(limit_);
+    hasEnded ? thread.join() : thread.detach();
+    const auto waiting = static_cast<unsigned long long>(parts_->monitor->snapshot().waiting);
+    if (hasEnded && waiting == 0) return;
+    std::fprintf(stderr, "Korvel: %sentries not delivered: %llu\n",
+                 hasEnded ? "" : "a sink is stuck; ", waiting);
+}
+
+MonitorSnapshot LoggingState::snapshot() const {
+    MonitorSnapshot snapshot = parts_->monitor->snapshot();
+    for (const auto& [name, count] : failed_) snapshot.failed[name] = count();
+    return snapshot;
 }
 
 /// The guard is outermost, so it also contains what the repair throws without memory.
-void LoggingState::install(const LoggingOptions& options, LoggingBuilder::NamedSink& sink,
-                           MonitorOptions& monitor) {
+void LoggingState::install(const LoggingOptions& options, LoggingBuilder::NamedSink& sink) {
     std::shared_ptr<Sink> outer = std::move(sink.sink);
     if (options.isWellFormed) outer = std::make_shared<WellFormedSink>(outer, options.wellFormed);
     if (options.isGuarded) {
         GuardedSinkOptions guardOptions = options.guard;
         guardOptions.name = sink.name;
         const auto guard = std::make_shared<GuardedSink>(outer, std::move(guardOptions));
-        countFailures(monitor.failed[sink.name], guard, std::move(sink.dropped));
+        countFailures(failed_[sink.name], guard, std::move(sink.dropped));
         outer = guard;
     }
     parts_->handler->installSink(outer);
     parts_->sinks.push_back(std::move(outer));
+}
+
+void LoggingState::startMonitor(MonitorOptions options) {
+    options.failed.clear();
+    parts_->handler->startProcessing();
+    parts_->monitor = std::make_shared<Monitor>(parts_->handler, std::move(options));
+    if (!parts_->monitor->snapshot().workerAlive) {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
+                                "Korvel has no worker");
+    }
 }
 
 Logging::~Logging() = default;
@@ -163,7 +161,7 @@ const std::shared_ptr<Logger>& Logging::chain() const& noexcept {
 }
 
 MonitorSnapshot Logging::snapshot() const {
-    return state_->monitor().snapshot();
+    return state_->snapshot();
 }
 
 const std::shared_ptr<Logger>& Logging::limiter() const noexcept {
@@ -181,13 +179,12 @@ LoggingBuilder& LoggingBuilder::console(const LineConsoleSinkOptions& options,
 
 LoggingBuilder& LoggingBuilder::file(const std::filesystem::path& path,
                                      ReopeningFileSinkOptions options, Predicate predicate) {
-    const auto file = std::make_shared<ReopeningFileSink>(path, std::move(options));
     const std::u8string name = path.filename().u8string();
-    const auto dropped = [weak = std::weak_ptr(file)] {
-        const auto sink = weak.lock();
-        return sink ? sink->status().dropped : 0;
-    };
-    add({std::string(name.begin(), name.end()), file, dropped}, std::move(predicate));
+    const auto dropped = std::make_shared<std::atomic<std::uint64_t>>(0);
+    const auto file = std::make_shared<CountedFile>(
+        std::make_shared<ReopeningFileSink>(path, std::move(options)), dropped);
+    add({std::string(name.begin(), name.end()), file, [dropped] { return dropped->load(); }},
+        std::move(predicate));
     return *this;
 }
 

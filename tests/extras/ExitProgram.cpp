@@ -79,7 +79,6 @@ void terminateInSecondThread() {
 
 const std::map<std::string, std::function<void()>> COMMON_CASES = {
     {"return", logEntries},
-    {"stuck return", [] { isStuck = true; }},
     {"exit", exitWithStatic},
     {"uncaught", throwUncaught},
     {"uncaught in a thread", terminateInSecondThread},

@@ -2,6 +2,8 @@
 
 #include <Korvel/Extras/FlushAtExit.h>
 
+#include <atomic>
+
 using namespace Korvel::Extras;
 
 TEST(FlushAtExit, AllEntriesAreInTheFileAfterExitAndTerminate) {
@@ -61,6 +63,26 @@ TEST(FlushAtExit, FirstProcessOfAContainerEndsThoughTheSystemIgnoresItsSignal) {
     EXPECT_EQ(runProgram("FlushAtExit", "SIGTERM", directory.path / "log", "unshare --pid --fork"),
               128 + SIGTERM);
     EXPECT_TRUE(readFile(directory.path / "log") == lines());
+}
+
+TEST(FlushAtExit, DestructorLeavesAStuckFlushBehind) {
+    static std::atomic<bool> isHandled;
+    isHandled = false;
+    const auto previous = std::signal(SIGTERM, [](int) { isHandled = true; });
+    const auto released = std::make_shared<Gate>();
+    const auto handler = std::make_shared<SinkHandler>();
+    handler->installSink(
+        std::make_shared<LambdaSink>([](const Message&) {}, [released] { released->wait(); }));
+    {
+        FlushAtExitOptions options;
+        options.atSignals = true;
+        options.limit = std::chrono::milliseconds(20);
+        const FlushAtExit atExit(handler, options);
+        raise(SIGTERM);
+        while (!isHandled) std::this_thread::yield();
+    }
+    std::signal(SIGTERM, previous);
+    released->open();
 }
 
 TEST(FlushAtExit, SecondSignalDoesNotWaitForTheFlushOfTheFirst) {

@@ -22,7 +22,8 @@ struct FlushAtExitOptions {
     /// SIGTERM and SIGINT; on Windows the console control events (Ctrl+C, Ctrl+Break, close, logoff
     /// and shutdown). Off, because signals belong to the application.
     bool atSignals = false;
-    /// How long the end of the process waits for the flush, which has no limit of its own.
+    /// How long the end of the process waits for the flush, which has no limit of its own. The
+    /// maximum of the type means to wait until it has ended.
     std::chrono::milliseconds limit = std::chrono::seconds(2);
 };
 
@@ -68,8 +69,9 @@ struct FlushAtExitOptions {
 /// Threads: may be constructed and destroyed on any thread, but not by a sink.
 ///
 /// Ownership: shares the logger. The destructor releases it without a flush, because the destructor
-/// of a SinkHandler delivers all entries; it waits for a flush that has begun. Destroy the object
-/// before a library that contains it is unloaded.
+/// of a SinkHandler delivers all entries. It waits for a flush that has begun, up to the limit of
+/// that flush. If the flush is stuck for longer, its thread and the logger are left behind. Destroy
+/// the object before a library that contains it is unloaded.
 class FlushAtExit {
 public:
     explicit FlushAtExit(std::shared_ptr<Logger> logger, const FlushAtExitOptions& options = {})

@@ -51,7 +51,7 @@ struct GuardedSinkState {
     std::uint64_t failuresInARow = 0;
     /// Calls of the fallback that threw.
     std::uint64_t fallbackFailures = 0;
-    /// Failures that no reporter heard of: those inside a report, and those on which it threw.
+    /// Failures that were not reported: those inside a report, and those on which it threw.
     std::uint64_t unreported = 0;
     /// The first failure of the current row; nothing if the last calls succeeded.
     std::optional<std::chrono::system_clock::time_point> failingSince;
@@ -65,9 +65,11 @@ struct GuardedSinkState {
 /// fallback also replaces a target that could not be created.
 ///
 /// The default reporter writes one line to standard error, at most one in each interval. Failures
-/// in between are swallowed, and their number is told in the next line: at the next failure, at the
-/// first success after the interval, or in the destructor, which does not wait for the interval.
-/// The line shows at most 300 bytes of the exception's text, and bytes outside of printable ASCII as
+/// in between are swallowed, and the next line says how many: at the next failure, when the target
+/// works again and the interval is over, or in the destructor, which does not wait for the
+/// interval.
+/// The line shows at most 300 bytes of the exception's text, and bytes outside of printable ASCII
+/// as
 /// `?`.
 ///
 /// For writers of reporters: the reporter runs inside append or flush, so on the worker thread of a

@@ -55,9 +55,9 @@ struct LoggingOptions {
     bool hasLocation = false;
     /// Nothing: no ceiling.
     std::optional<BoundedLoggerOptions> ceiling = BoundedLoggerOptions();
-    /// The monitor itself is always there: the ceiling and snapshot need it. The failures of the
-    /// guarded sinks are added to `failed` under the names of the sinks. Sinks of the same name are
-    /// counted together.
+    /// The monitor itself is always there: the ceiling and snapshot need it. The snapshot's
+    /// `failed` also contains the failures of the guarded sinks under their names. Sinks of the
+    /// same name are counted together.
     MonitorOptions monitor;
     /// Whether the sinks are guarded, and what applies to all guards. The name is that of the sink.
     bool isGuarded = true;
@@ -70,16 +70,17 @@ struct LoggingOptions {
 
 /// Everything that logs in an application, in one object. LoggingBuilder makes it.
 ///
-/// The destructor ends it: it logs the note about refused entries, delivers everything that was
-/// accepted, flushes the sinks, and stops the monitor and the worker. Then it releases the sinks,
-/// which closes the file, and removes the exit hook. This takes at most the limit of
+/// The destructor ends it: it refuses further entries, logs the note about refused ones, delivers
+/// everything that was accepted, flushes the sinks, and stops the worker. Then it releases the
+/// sinks, which closes the file, and removes the exit hook. This takes at most the limit of
 /// LoggingOptions::exit. If a sink is stuck for longer, it is left behind together with the entries
-/// that wait for it, and a line on standard error tells their number.
+/// that wait for it, and a line on standard error says how many they are.
 ///
 /// Keep the object in a local variable of `main`. `std::exit` and uncaught exceptions do not
 /// destroy it, but flush it; see FlushAtExit.
 ///
-/// After the end, copies of the logger are still safe to use: log returns false.
+/// After the end, copies of the logger are still safe to use: log returns false, and nothing is
+/// counted.
 ///
 /// Errors: nothing throws after the start but `std::bad_alloc`, what the caller's payload throws
 /// while it is built, and `std::range_error` for a narrow type name that is not UTF-8. What a sink
@@ -106,7 +107,7 @@ public:
     KORVEL_EXTRAS_API const std::shared_ptr<Logger>& chain() const& noexcept;
     const std::shared_ptr<Logger>& chain() const&& = delete;
 
-    /// What became of the entries so far.
+    /// What became of the entries so far. Does not wait for a sink.
     KORVEL_EXTRAS_API MonitorSnapshot snapshot() const;
 
 private:
@@ -156,7 +157,9 @@ public:
 
     /// Adds a file of JSON lines, which is opened at once. Its name is that of the file, and its
     /// dropped entries count as failures. Throws `std::filesystem::filesystem_error` if it cannot
-    /// be opened; a program that should run all the same catches that and adds a console.
+    /// be opened; a program that should run all the same catches that and adds a console. If others
+    /// rotate the file, set `checksPath`; a program that calls reopen creates the ReopeningFileSink
+    /// itself and adds it with sink.
     KORVEL_EXTRAS_API LoggingBuilder& file(const std::filesystem::path& path,
                                            ReopeningFileSinkOptions options = {},
                                            Predicate predicate = {});
@@ -166,8 +169,8 @@ public:
                                            Predicate predicate = {});
 
     /// Starts the worker and hands over the sinks; the builder keeps none. Throws
-    /// `std::invalid_argument` for a ceiling below 2, and `std::system_error` if the system refuses
-    /// a thread.
+    /// `std::invalid_argument` for a ceiling below 2, and `std::system_error` if the worker does
+    /// not start because the system refuses a thread or an unguarded sink throws from flush.
     [[nodiscard]] Logging start() { return Logging(makeState(), options_.exit); }
 
 private:

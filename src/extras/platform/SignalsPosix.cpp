@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <memory>
 #include <system_error>
@@ -28,8 +29,9 @@ std::array<WatchedSignal, 2> watchedSignals = {{{SIGTERM, {}}, {SIGINT, {}}}};
 std::atomic<pid_t> owner{0};
 std::atomic<int> writeEnd{-1};
 /// 0, or the signal for which a flush runs, or minus the signal that was sent again after its
-/// flush.
+/// flush, or UNWATCHED.
 std::atomic<int> pending{0};
+constexpr int UNWATCHED = INT_MIN;
 siginfo_t pendingInfo;
 
 // Used only by the functions of the header and the watcher.
@@ -43,12 +45,14 @@ const struct sigaction& previousOf(int number) {
     return watchedSignals[number == SIGTERM ? 0 : 1].previous;
 }
 
+// Whatever the flags say, like the system.
+
 bool isDefault(const struct sigaction& action) {
-    return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == SIG_DFL;
+    return action.sa_handler == SIG_DFL;
 }
 
 bool isIgnored(const struct sigaction& action) {
-    return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == SIG_IGN;
+    return action.sa_handler == SIG_IGN;
 }
 
 /// Async-signal-safe, like everything that the handler calls.
@@ -81,7 +85,11 @@ void onSignal(int number, siginfo_t* info, void* context) {
     if (owner == getpid() && pending.compare_exchange_strong(idle, number)) {
         pendingInfo = *info;
         const auto byte = static_cast<unsigned char>(number);
-        if (write(writeEnd, &byte, 1) != 1) passOn(number, info, context);
+        if (write(writeEnd, &byte, 1) != 1) {
+            // The application has closed the pipe.
+            pending = 0;
+            passOn(number, info, context);
+        }
     } else if (pending == -number) {
         siginfo_t original = pendingInfo;
         pending = 0;
@@ -98,9 +106,16 @@ bool isOurs(const struct sigaction& action) {
 
 /// The application's own handler runs in the thread that the system chooses, so that it interrupts
 /// the call in which that thread waits for the signal.
+///
+/// Ends after the byte 0 and, if a handler has begun before unwatchSignals, the byte of its signal.
 void watch() {
+    bool isEnding = false;
     unsigned char number = 0;
-    while (read(readEnd, &number, 1) == 1 && number != 0) {
+    while (!(isEnding && pending <= 0) && read(readEnd, &number, 1) == 1) {
+        if (number == 0) {
+            isEnding = true;
+            continue;
+        }
         flushAll();
         if (isDefault(previousOf(number))) endBySignal(number);
         pending = -number;
@@ -144,8 +159,8 @@ void watchSignals(void (*flush)()) {
     if (isFork) {
         // The old pipe, if any, wakes the parent process. It is left open for its handlers.
         openPipe();
-        pending = 0;
     }
+    pending = 0;
     flushAll = flush;
     watcher = std::make_unique<std::thread>(startThreadWithoutSignals(&watch)).release();
     owner = getpid();
@@ -155,9 +170,15 @@ void watchSignals(void (*flush)()) {
 void unwatchSignals() noexcept {
     if (owner != getpid() || watcher == nullptr) return;
     for (const WatchedSignal& watched : watchedSignals) removeHandler(watched);
+    // A handler that begins now passes its signal on.
+    int idle = 0;
+    pending.compare_exchange_strong(idle, UNWATCHED);
     const unsigned char end = 0;
-    if (write(writeEnd, &end, 1) == 1) watcher->join();
-    delete std::exchange(watcher, nullptr);
+    if (write(writeEnd, &end, 1) == 1) {
+        watcher->join();
+        delete watcher;
+    }
+    watcher = nullptr;
 }
 
 std::thread startThreadWithoutSignals(std::function<void()> run) {
