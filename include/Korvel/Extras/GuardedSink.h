@@ -67,10 +67,8 @@ struct GuardedSinkState {
 /// The default reporter writes one line to standard error, at most one in each interval. Failures
 /// in between are swallowed, and the next line says how many: at the next failure, when the target
 /// works again and the interval is over, or in the destructor, which does not wait for the
-/// interval.
-/// The line shows at most 300 bytes of the exception's text, and bytes outside of printable ASCII
-/// as
-/// `?`.
+/// interval. The line shows at most 300 bytes of the exception's text, and bytes outside of
+/// printable ASCII as `?`.
 ///
 /// For writers of reporters: the reporter runs inside append or flush, so on the worker thread of a
 /// SinkHandler, where log and flush of this handler throw. It must not wait for other threads that
