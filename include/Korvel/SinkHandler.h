@@ -41,7 +41,8 @@ class Pipeline;
 /// handler destroyed without a worker drops its queued entries. A sink that throws ends the worker:
 /// the current entry and the rest of its batch are lost, nothing is reported, log still returns
 /// true, and entries accumulate until a new startProcessing (or stopProcessing and startProcessing)
-/// delivers them.
+/// delivers them. An entry that another thread logs just as stopProcessing begins can be accepted
+/// and miss the last delivery: it stays in the queue for a later startProcessing.
 ///
 /// Errors: log and flush throw `std::logic_error` if a sink calls them on the worker thread.
 ///

@@ -15,7 +15,7 @@ TEST(Severity, NamesAreReadInAnyCaseAndByTheirAliases) {
         {"warnin", std::nullopt},         {"warning ", std::nullopt},
     };
     for (const auto& [name, severity] : cases) EXPECT_EQ(parseSeverity(name), severity) << name;
-    EXPECT_EQ(severityName(Severity::Warning), "warning");
+    EXPECT_EQ(toMessage(Severity::Warning).getString(), "warning");
 }
 
 TEST(Severity, PredicateAcceptsWhatItCannotJudge) {

@@ -180,7 +180,8 @@ TEST(ToMessage, ValuesOfEveryKindStandInABraceList) {
     });
     using Hours = std::chrono::time_point<std::chrono::system_clock, std::chrono::hours>;
     using Days = std::chrono::duration<double, std::ratio<86400>>;
-    const Clock::time_point first = (Clock::time_point::min)(), last = (Clock::time_point::max)();
+    const Clock::time_point first = (Clock::time_point::min)();
+    const Clock::time_point last = (Clock::time_point::max)();
     EXPECT_EQ(toMessage((Hours::max)()).getWstring(), createIso8601String(last));
     EXPECT_EQ(toMessage(std::chrono::time_point<Clock, Days>(Days(-1e9))).getWstring(),
               createIso8601String(first));

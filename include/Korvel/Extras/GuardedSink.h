@@ -72,8 +72,8 @@ struct GuardedSinkState {
 ///
 /// For writers of reporters: the reporter runs inside append or flush, so on the worker thread of a
 /// SinkHandler, where log and flush of this handler throw. It must not wait for other threads that
-/// log. What a sink fails at while a reporter runs on the same thread is counted, not reported, so
-/// a reporter may use a guarded sink, even this one.
+/// log. A failure on a thread that is running a reporter is counted but not reported, so a
+/// reporter may use a guarded sink, even this one.
 ///
 /// Not promised: a target that fails in silence, as FileSink does on a full disk, does not fail
 /// here. A target may have written part of an entry before it threw, and then fallback and target

@@ -19,7 +19,7 @@ struct ReopeningFileSinkOptions {
     /// Rotation by size: the bound of the file in bytes on disk; 0 means no rotation.
     std::uint64_t maxBytes = 0;
     /// How many rotated files are kept. 0 counts as 1: the sink never deletes the file that it has
-    /// just filled. Files with higher numbers, from a higher setting before, stay.
+    /// just filled. Files with higher numbers, left by a higher setting, stay.
     unsigned keptFiles = 5;
     /// The permissions of a file that the sink creates, whatever the umask says. The default, 0640,
     /// is for owner and group. Ignored on Windows, where a file inherits those of its directory.
@@ -115,6 +115,7 @@ public:
     /// Writes one entry, of any type.
     void append(const Message& message) override;
 
+    /// Waits for a write in progress, which on a pipe or a network file can take long.
     ReopeningFileSinkStatus status();
 
 private:

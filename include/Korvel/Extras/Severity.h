@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace Korvel::Extras {
@@ -25,6 +26,11 @@ enum class Severity { Trace, Debug, Info, Warning, Error, Critical };
 
 /// The text of an entry: "trace", "debug", "info", "warning", "error" or "critical".
 KORVEL_EXTRAS_API std::string_view severityName(Severity severity) noexcept;
+
+/// The same as a value of an entry.
+inline Message toMessage(Severity severity) {
+    return std::string(severityName(severity));
+}
 
 /// Reads a name in any case. Also accepts "information", "warn", "err", "crit" and "fatal".
 KORVEL_EXTRAS_API std::optional<Severity> parseSeverity(std::string_view name) noexcept;
