@@ -36,7 +36,8 @@ void printFailure(const fs::path& path, std::string_view action, const std::erro
 }
 
 fs::path numbered(fs::path path, unsigned number) {
-    return path += "." + std::to_string(number);
+    path += ".";
+    return path += std::to_string(number);
 }
 
 /// Renames `path` to number 1 after it has made that free. Shifts only files up to the first free
