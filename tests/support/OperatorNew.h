@@ -11,3 +11,5 @@ extern std::atomic<int> liveBlocks;
 extern thread_local constinit int freedBlocks;
 /// Makes every allocation of this thread fail.
 extern thread_local constinit bool isOutOfMemory;
+/// Makes one allocation of the process fail: the one that counts this down to 0.
+extern std::atomic<int> allocationsLeft;
