@@ -28,7 +28,7 @@ std::string letters;
 int first = 0;
 int last = 0;
 int action = NONE;
-std::atomic<int> calls;
+std::atomic<int> calls = 0;
 
 void arm() {
     std::cin >> letters >> first >> last >> action;
@@ -68,10 +68,9 @@ bool upload(const std::string& answers, const fs::path& file) {
     std::abort();
 }
 
-void carryOutCommands(char** arguments) try {
+Extras::Logging start(const std::shared_ptr<LogglySink>& staging, char** arguments) {
     const fs::path disk = arguments[1];
-    const std::string run = arguments[2];
-    for (const auto* name : {"staging", "delivered"}) fs::create_directories(disk / name);
+    const auto file = FileSink::create(disk / "file." += arguments[2], true, false, 1 << 20);
     Extras::ReopeningFileSinkOptions rotation;
     rotation.maxBytes = std::stoul(arguments[3]);
     rotation.keptFiles = 10'000;
@@ -80,16 +79,21 @@ void carryOutCommands(char** arguments) try {
     const auto acknowledge = [](const Message& entry) {
         return !(std::cout << entry.at(L"id").getString() + '\n' << std::flush).fail();
     };
-    const auto staging = std::make_shared<LogglySink>(disk / "staging");
-    const auto file = FileSink::create(disk / ("file." + run), true, false, 1 << 20);
     Extras::LoggingBuilder builder;
     builder.sink("staging", staging).file(disk / "app.jsonl", rotation).sink("file", file);
-    builder.sink("memory", std::make_shared<Extras::MemorySink>(4), acknowledge);
-    const auto logging = builder.start();
+    return builder.sink("memory", std::make_shared<Extras::MemorySink>(4), acknowledge).start();
+}
+
+void carryOutCommands(char** arguments) try {
+    const fs::path disk = arguments[1];
+    for (const auto* name : {"staging", "delivered"}) fs::create_directories(disk / name);
+    const auto staging = std::make_shared<LogglySink>(disk / "staging");
+    const auto logging = start(staging, arguments);
     std::set_terminate(showStack);
     const auto log = [&](int thread, int number, std::size_t size) {
-        const Extras::Context context({{"run", run}});
-        const auto id = run + '-' + std::to_string(thread) + '-' + std::to_string(number);
+        const Extras::Context context({{"run", arguments[2]}});
+        std::string id = arguments[2];
+        id += '-' + std::to_string(thread) + '-' + std::to_string(number);
         logging.logger().info("Load", {{"id", id}, {"text", std::string(size, 'x')}});
     };
     const auto storm = [&](int thread) {
@@ -98,29 +102,29 @@ void carryOutCommands(char** arguments) try {
     int number = 0;
     for (std::string command, answers; std::cin >> command;) {
         int count = 0;
-        int size = 0;
+        std::size_t size = 0;
         try {
             if (command == "fault") arm();
             if (command == "log" || command == "try") std::cin >> count >> size;
             while (count-- > 0) log(command == "try" ? 9 : 0, number++, size);
             if (size > 0) logging.chain()->flush();
             for (int i = 0; command == "storm" && i < 4; ++i) std::thread(storm, i).detach();
+            if (command == "rotate") staging->useNewFile();
             if (command == "upload" && std::cin >> answers) {
-                staging->setUploadFile(
-                    [=](const fs::path& ready) { return upload(answers, ready); });
+                staging->setUploadFile(std::bind_front(upload, answers));
                 for (int i = 0; i < 2; ++i) staging->uploadTemporaryFiles();
             }
             if (command == "wait") staging->waitForUpload();
-            if (command == "rotate") staging->useNewFile();
             if (command == "fill") std::ofstream(disk / "ballast") << std::string(1 << 23, 'x');
             if (command == "free") fs::remove(disk / "ballast");
-        } catch (const std::exception&) {}
+        } catch (const std::exception&) {}  // The next command comes all the same.
     }
 } catch (const std::exception&) {}  // There was no memory or no thread.
 
 }  // namespace
 
 // The libraries call these instead of the system's.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" {
 int open(const char* path, int flags, ...) {
     return nextAction('o') > NONE ? -1 : static_cast<int>(syscall(SYS_open, path, flags, 0640));
@@ -148,6 +152,7 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*run)(vo
     return reinterpret_cast<decltype(&pthread_create)>(next)(thread, how, run, with);
 }
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 /// Returns 1 if the fault is still to come, and 2 if memory is left.
 int main(int, char** arguments) {
