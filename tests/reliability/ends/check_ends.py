@@ -97,9 +97,10 @@ def main():
     with tempfile.TemporaryDirectory(dir=small) as base:
         disk = pathlib.Path(base, "disk")
         for letters, action in EACH.get(CASE, ()):
-            script = f"{letters} {{}} {{}} {action} {WORK}"
-            steps = itertools.count(0, NUMBER)
-            next(n for n in steps if play(disk / f"{letters}{n}", [script.format(n, n + 1)]) == 1)
+            for n in itertools.count(0, NUMBER):
+                fault = f"{letters} {n} {n + 1} {action} {WORK}"
+                if play(disk / f"{letters}{n}", [fault, f"- 0 0 0 {WORK}"]) == 1:
+                    break
         if CASE not in EACH:
             play(disk, scripts())
     print(f"{CASE}: " + ", ".join(f"{count} {name}" for name, count in totals.items()))
