@@ -7,7 +7,7 @@
 std::atomic<int> liveBlocks = 0;
 thread_local constinit int freedBlocks = 0;
 thread_local constinit bool isOutOfMemory = false;
-std::atomic<int> allocationsLeft = std::numeric_limits<int>::max();
+std::atomic<std::int64_t> allocationsLeft = std::numeric_limits<std::int64_t>::max();
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     const bool isRefused = isOutOfMemory || --allocationsLeft == 0;
