@@ -50,7 +50,7 @@ void addSeconds(CLI::App& app, const char* name, const char* text, std::chrono::
            [&to](double seconds) { to = std::chrono::milliseconds(std::llround(seconds * 1000)); },
            text)
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, LONGEST));
+        ->check(CLI::Range(0.0, LONGEST).description(""));
 }
 
 std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
