@@ -28,12 +28,14 @@ std::optional<std::chrono::sys_time<milliseconds>> timeOf(const std::string& tex
     std::array<int, 7> n{};
     int end = 0;
     // Reads no further than the text: every field has a width.
-    std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3dZ%n", &n[0], &n[1], &n[2], &n[3], &n[4],
-                &n[5], &n[6], &end);
+    std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3dZ%n", n.data(), &n[1], &n[2], &n[3],
+                &n[4], &n[5], &n[6], &end);
     const std::chrono::year_month_day day{std::chrono::year(n[0]),
                                           std::chrono::month(static_cast<unsigned>(n[1])),
                                           std::chrono::day(static_cast<unsigned>(n[2]))};
-    if (text.size() != LENGTH || end != static_cast<int>(LENGTH) || !day.ok()) return std::nullopt;
+    if (text.size() != LENGTH || end != static_cast<int>(LENGTH) || !day.ok() || n[3] > 23 ||
+        n[4] > 59)
+        return std::nullopt;
     return std::chrono::sys_days(day) + std::chrono::hours(n[3]) + std::chrono::minutes(n[4]) +
            std::chrono::seconds(n[5]) + milliseconds(n[6]);
 }

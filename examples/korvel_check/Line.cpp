@@ -109,7 +109,8 @@ private:
         const std::string_view read = text_.substr(0, position);
         const std::size_t last = read.empty() ? 0 : read.size() - 1;
         const std::size_t before = read.find_last_of(":,[ -", last);
-        const std::string_view word = text_.substr(before == read.npos ? 0 : before + 1);
+        const std::string_view word =
+            text_.substr(before == std::string_view::npos ? 0 : before + 1);
         return std::any_of(NAMES.begin(), NAMES.end(), [&](std::string_view name) {
             return word.substr(0, name.size()) == name;
         });
