@@ -44,7 +44,8 @@ def numbers_of(directory):
 def kept(way, end):
     with tempfile.TemporaryDirectory() as directory:
         name = end if isinstance(end, str) else str(int(end))
-        result = subprocess.run([PROGRAM, way, name, directory], stderr=subprocess.DEVNULL, check=False)
+        result = subprocess.run([PROGRAM, way, name, directory],
+                                stderr=subprocess.DEVNULL, check=False)
         assert result.returncode != -signal.SIGALRM, (way, end, "hangs")
         numbers, dropped = numbers_of(directory)
     if end == "disk":
@@ -53,7 +54,7 @@ def kept(way, end):
         assert dropped in (0, 50), (way, dropped)
         if not after:
             return "nothing more"
-        return "later ones, and a count" if dropped else "later ones"
+        return "later ones, a count" if dropped else "later ones"
     assert numbers == LOGGED[:len(numbers)] and len(numbers) >= len(FLUSHED), (way, end, numbers)
     return "all" if numbers == LOGGED else "delivered"
 

@@ -1,8 +1,8 @@
 """Runs the shell recipes of a page: recipes_test.py PAGE PROGRAM...
 
 They are the sh blocks with the mark below. All of a page run in one directory, in order, with the
-PROGRAMs of the build on the PATH. The program that a page shows has run before. An unmarked block without a
-language that follows is the output. Times and durations differ, so they are compared as patterns.
+PROGRAMs of the build on the PATH. The program that a page shows has run before. An unmarked block
+without a language that follows is the output. Times differ, so they are compared as a pattern.
 """
 
 import os
