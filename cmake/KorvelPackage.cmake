@@ -1,5 +1,5 @@
 # Debian packages by CPack: libkorvel0 and libkorvel-extras0 with the shared libraries, libkorvel-dev
-# with the rest.
+# with the rest, and korvel-tools if the examples are built.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME korvel)
@@ -42,13 +42,25 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
 pkg-config.")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime extras)
 
+if(TARGET tools)
+    list(APPEND CPACK_COMPONENTS_ALL tools)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME korvel-tools)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "bash-completion, lnav")
+    set(CPACK_DEBIAN_TOOLS_DESCRIPTION
+"Programs that verify logs and staging directories of Korvel and send them to
+a log service, and a log format for lnav.")
+    set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
+endif()
+
 # What Debian wants in every package.
 file(COPY_FILE "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_BINARY_DIR}/copyright")
 configure_file(cmake/debian-changelog.in "${PROJECT_BINARY_DIR}/changelog" @ONLY)
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND "${GZIP}" -9nc "${PROJECT_BINARY_DIR}/changelog"
     OUTPUT_FILE "${PROJECT_BINARY_DIR}/changelog.gz" COMMAND_ERROR_IS_FATAL ANY)
-foreach(component runtime extras development)
+foreach(component ${CPACK_COMPONENTS_ALL})
     string(TOUPPER ${component} upper)
     install(FILES "${PROJECT_BINARY_DIR}/copyright" "${PROJECT_BINARY_DIR}/changelog.gz"
         DESTINATION "share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}" COMPONENT ${component})
