@@ -25,7 +25,13 @@ path toPath(const std::wstring& text) {
     }
 }
 
+/// No file has such a name, but the system takes the text up to the NUL for it.
+bool hasNul(const path& candidate) {
+    return candidate.native().find(path::value_type()) != path::string_type::npos;
+}
+
 bool isFree(const path& candidate) {
+    if (hasNul(candidate)) return true;
     std::error_code error;
     const auto status = std::filesystem::status(candidate, error);
     return error || status.type() == std::filesystem::file_type::not_found;
@@ -89,7 +95,7 @@ StagingFile createStagingFile(const path& directory, OutputFile::Mode mode,
         // disk check is reliable once a name is no longer reserved.
         if (isReserved(candidate, reserved) || !isFree(temporaryName(candidate))) continue;
         auto file = std::make_unique<OutputFile>(candidate, mode);
-        if (!file->wasTaken()) return {std::move(candidate), std::move(file)};
+        if (!file->wasTaken() || hasNul(candidate)) return {std::move(candidate), std::move(file)};
     }
 }
 

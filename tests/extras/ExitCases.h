@@ -20,8 +20,8 @@ inline int runProgram(const std::string& piece, const std::string& name,
     return static_cast<int>(_spawnl(_P_WAIT, EXIT_PROGRAM, EXIT_PROGRAM, piece.c_str(),
                                     quoted.c_str(), file.string().c_str(), nullptr));
 #else
-    const std::string command = "exec " + launcher + " \"" EXIT_PROGRAM "\" " + piece + " '" +
-                                name + "' '" + file.string() + "' 2>/dev/null";
+    const std::string command = "exec " + launcher + " " EXIT_EMULATOR " \"" EXIT_PROGRAM "\" " +
+                                piece + " '" + name + "' '" + file.string() + "' 2>/dev/null";
     const int status = std::system(command.c_str());
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 #endif

@@ -1,9 +1,8 @@
 #include "support/Test.h"
+#include "support/Trees.h"
 
 #include <Korvel/Extras/MemorySink.h>
 #include <Korvel/Extras/WellFormedSink.h>
-
-#include <nlohmann/json.hpp>
 
 #include <limits>
 
@@ -21,81 +20,6 @@ static std::string repaired(const Message& message, WellFormedSinkOptions option
     return memory->take().at(0).toJson(false, "");
 }
 
-/// Makes a tree and, beside it, what a reader must find.
-struct HostileTrees {
-    using Pair = std::pair<Message, Json>;
-
-    std::size_t upTo(std::size_t limit) { return random() % limit; }
-    /// Chooses a row; those from `firstFault` on only a few times in a tree, so that no fault hides
-    /// behind another one.
-    template <class Row>
-    const Row& choose(const std::vector<Row>& rows, std::size_t firstFault) {
-        const bool isFault = faultsLeft > 0 && upTo(8) == 0;
-        if (!isFault) return rows[upTo(firstFault)];
-        --faultsLeft;
-        isHostile = true;
-        return rows[firstFault + upTo(rows.size() - firstFault)];
-    }
-
-    std::pair<std::wstring, std::string> text() {
-        static const std::string mark = "\xEF\xBF\xBD";
-        static const std::vector<std::pair<std::wstring, std::string>> pieces = {
-            {L"\xD83D\xDE00", "\xF0\x9F\x98\x80"},
-            {L"\uD7A3\uE000", "\xED\x9E\xA3\xEE\x80\x80"},
-            {L"\"\n\u00DF", "\"\n\xC3\x9F"},
-            {std::wstring(1, L'\0'), std::string(1, '\0')},
-            {L"only text", "only text"},
-            {L"\xD800", mark},
-            {L"\xDFFF", mark},
-            {std::wstring(1, TOO_LARGE), mark}};
-        std::pair<std::wstring, std::string> made;
-        for (std::size_t left = upTo(8); left > 0; --left) {
-            const auto& [wide, expected] = choose(pieces, 5);
-            // The point keeps two lone surrogates from making a pair.
-            made.first += wide + L'.';
-            made.second += expected + '.';
-        }
-        if (upTo(2) == 0 && !made.first.empty()) made.first.pop_back(), made.second.pop_back();
-        return made;
-    }
-
-    Pair value(std::size_t depth) {
-        static const std::vector<Pair> scalars = {
-            {Message(), nullptr}, {true, true},           {-7, -7}, {0.5, 0.5}, {INFINITE, nullptr},
-            {-INFINITE, nullptr}, {NOT_A_NUMBER, nullptr}};
-        const std::size_t kind = upTo(depth < 5 ? 8 : 6);
-        if (kind < 4) return choose(scalars, 4);
-        if (kind > 5) return kind == 6 ? list(depth + 1) : map(depth + 1);
-        const auto [wide, expected] = text();
-        return {Message(wide), expected};
-    }
-
-    Pair list(std::size_t depth) {
-        Pair made(Message(std::vector<Message>(upTo(5))), Json::array());
-        for (std::size_t i = 0; i < made.first.size(); ++i) {
-            auto [element, expected] = value(depth);
-            made.first[i] = std::move(element);
-            made.second.push_back(expected);
-        }
-        return made;
-    }
-
-    Pair map(std::size_t depth) {
-        Pair made(Message(std::map<std::string, Message>()), Json::object());
-        for (std::size_t left = upTo(6); left > 0; --left) {
-            const auto [wide, expected] = text();
-            auto [element, json] = value(depth);
-            made.first[std::to_wstring(left) + wide] = std::move(element);
-            made.second[std::to_string(left) + expected] = json;
-        }
-        return made;
-    }
-
-    std::mt19937_64 random{20261123};
-    int faultsLeft = 0;
-    bool isHostile = false;
-};
-
 TEST(WellFormedSink, EveryLineOfRandomHostileTreesIsStrictJsonWithTheSameContent) {
 #ifdef KORVEL_QUICK_TESTS
     constexpr int TREES = 3000;
@@ -105,16 +29,16 @@ TEST(WellFormedSink, EveryLineOfRandomHostileTreesIsStrictJsonWithTheSameContent
     const TemporaryDirectory directory;
     const auto file = FileSink::create(directory.path / "log", true, false, UINT64_MAX);
     WellFormedSink sink(file);
-    HostileTrees trees;
+    Trees trees;
     std::vector<Json> expected;
     std::uint64_t hostile = 0;
     for (int i = 0; i < TREES; ++i) {
-        trees.isHostile = false;
-        trees.faultsLeft = i % 4;
-        const auto [message, json] = trees.map(0);
+        trees.isHostile = i % 2 == 0;
+        trees.isNotUtf8 = trees.isNotFinite = trees.isRefused = false;
+        const auto [message, json] = trees.container(true);
         sink.append(message);
         expected.push_back(json);
-        if (trees.isHostile) ++hostile;
+        if (trees.isNotUtf8 || trees.isNotFinite || trees.isRefused) ++hostile;
     }
     std::ifstream lines(directory.path / "log");
     std::string line;

@@ -60,53 +60,6 @@ TEST(MessageContainers, PushBackCopiesAlsoFromItself) {
     EXPECT_EQ(list.toJson(false, ""), R"([1,"t","t","t",["t","t","t","t"]])");
 }
 
-TEST(MessageContainers, AReferenceLeadsToItsValueWhateverBecomesOfTheMap) {
-    std::mt19937 random(20261123);
-    for (int round = 0; round < 3000; ++round) {
-        Message message({{"k1", 1}, {"listed", "x"}});
-        nlohmann::json expected = {{"k1", 1}, {"listed", "x"}};
-        std::map<std::string, Message*> references;
-        const std::map<std::wstring, Message>* shown = nullptr;
-        for (auto step = random() % 80; step > 0; --step) {
-            std::string key = "k" + std::to_string(random() % 40);
-            if (random() % 16 == 0) key += ", too long for an array";
-            const auto action = random() % 16;
-            if (action < 8) {
-                references[key] = &message[key];
-                ASSERT_EQ(references[key]->isNull(), !expected.contains(key)) << key;
-                *references[key] = step;
-                expected[key] = step;
-            } else if (action < 13 && !references.empty()) {
-                const auto reference = references.lower_bound(key);
-                if (reference == references.end()) continue;
-                *reference->second = std::vector<Message>{"changed", step};
-                expected[reference->first] = {"changed", step};
-            } else if (action == 13) {
-                message.at("listed") = step;
-                expected["listed"] = step;
-            } else if (action == 14) {
-                Message copy = message;
-                ASSERT_EQ(copy.toJson(false, ""), expected.dump());
-                copy["new"];
-                ASSERT_EQ(std::as_const(copy).at("k1").toJson(false, ""), expected["k1"].dump());
-            } else if (random() % 4 == 0) {
-                shown = &message.getMap();
-                ASSERT_EQ(shown->size(), expected.size());
-            }
-        }
-        ASSERT_EQ(message.toJson(false, ""), expected.dump());
-        for (const auto& [key, reference] : references) {
-            ASSERT_EQ(&message[key], reference) << key;
-            ASSERT_EQ(&message.at(key), reference) << key;
-        }
-        if (shown == nullptr) continue;
-        ASSERT_EQ(Message(*shown).toJson(false, ""), expected.dump());
-        for (const auto& [key, value] : expected.items()) {
-            ASSERT_EQ(shown->at(Message::strToWstr(key)).toJson(false, ""), value.dump());
-        }
-    }
-}
-
 /// What every const operation says of a value.
 static Entries everyAnswer(const Message& value) {
     Entries answers;

@@ -1,0 +1,14 @@
+# What the toolchains for other processors share: Debian's cross compilers for Linux, whose programs
+# run under qemu-user. KORVEL_PROCESSOR is the processor as both name it.
+
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${KORVEL_PROCESSOR})
+set(CMAKE_C_COMPILER ${KORVEL_PROCESSOR}-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER ${KORVEL_PROCESSOR}-linux-gnu-g++)
+list(APPEND CMAKE_FIND_ROOT_PATH /usr/${KORVEL_PROCESSOR}-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_CROSSCOMPILING_EMULATOR
+    qemu-${KORVEL_PROCESSOR} -L /usr/${KORVEL_PROCESSOR}-linux-gnu)
