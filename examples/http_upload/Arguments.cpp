@@ -71,14 +71,14 @@ std::string checkedToken(const std::string& token) {
 
 void completeRequest(UploadCore::HttpSettings& http, const RawHeaders& raw) {
     if (!hasContentType(http.headers)) {
-        http.headers.push_back("Content-Type: application/x-ndjson");
+        http.headers.emplace_back("Content-Type: application/x-ndjson");
     }
     if (!raw.tokenFile.empty()) {
         const std::string token = checkedToken(UploadCore::tokenOfFile(raw.tokenFile));
         http.headers.push_back(raw.tokenHeader + ' ' + token);
     }
     if (!raw.isCompressed) return;
-    http.headers.push_back("Content-Encoding: gzip");
+    http.headers.emplace_back("Content-Encoding: gzip");
     http.encode = gzip;
 }
 
@@ -90,7 +90,7 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     UploadCore::CommonOptions common;
     CLI::App app(UploadCore::DESCRIPTION, "http_upload");
     app.footer(std::string(FOOTER) + UploadCore::EXIT_STATUS);
-    common.addDirectory(app, arguments.drain);
+    UploadCore::addDirectory(app, arguments.drain);
     addRequest(app, arguments.http, raw);
     common.addConnection(app, arguments.http.connection);
     common.addAttempts(app, arguments.drain);

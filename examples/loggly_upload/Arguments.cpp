@@ -48,7 +48,7 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     UploadCore::CommonOptions common;
     CLI::App app(UploadCore::DESCRIPTION, "loggly_upload");
     app.footer(std::string(FOOTER) + UploadCore::EXIT_STATUS);
-    common.addDirectory(app, arguments.drain);
+    UploadCore::addDirectory(app, arguments.drain);
     addService(app, settings, tokenFile);
     common.addConnection(app, settings.connection);
     common.addAttempts(app, arguments.drain);

@@ -35,7 +35,7 @@ void checkDirectory(const std::filesystem::path& directory) {
 
 }  // namespace
 
-void CommonOptions::addDirectory(CLI::App& app, DrainSettings& settings) {
+void addDirectory(CLI::App& app, DrainSettings& settings) {
     app.add_option("directory", settings.directory, "The directory to upload")
         ->type_name("DIR")
         ->required();

@@ -22,10 +22,11 @@ constexpr const char* EXIT_STATUS =
     "rejected, or an interrupted upload has left a file in .log.tmp; 2 when the arguments are\n"
     "wrong.";
 
-/// The directory, the attempts and what concerns the connection.
+void addDirectory(CLI::App& app, DrainSettings& settings);
+
+/// The attempts and what concerns the connection.
 class CommonOptions {
 public:
-    static void addDirectory(CLI::App& app, DrainSettings& settings);
     void addConnection(CLI::App& app, Connection& connection);
     void addAttempts(CLI::App& app, DrainSettings& settings);
 
