@@ -1,6 +1,6 @@
-/// StageEntries DIRECTORY [FILES [ENTRIES]]: stages entries from 4 threads, each with an "id" of its
-/// own, in at least so many files: 16384 of a little over 1 KiB, or as many as asked for with less
-/// text. The first one is longer than what most programs take for a line.
+/// StageEntries DIRECTORY [FILES [ENTRIES]]: stages entries from 4 threads, each with an "id" of
+/// its own, in at least so many files: 16384 of a little over 1 KiB, or ENTRIES of about 200 bytes.
+/// The first one is longer than the default limit for a line in most programs.
 
 #include <Korvel/Korvel.h>
 

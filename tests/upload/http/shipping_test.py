@@ -5,7 +5,6 @@ shipping_test.py HTTP_UPLOAD STAGE_ENTRIES PAGE ENTRIES SERVER
 import contextlib
 import pathlib
 import re
-import shlex
 import socket
 import subprocess
 import sys
@@ -14,13 +13,13 @@ import time
 import urllib.request
 
 HTTP_UPLOAD, STAGE_ENTRIES, PAGE, ENTRIES, SERVER = sys.argv[1:]
-CONFIGURATION = """<yandex><logger/><listen_host>127.0.0.1</listen_host><http_port>{port}</http_port>
-<path>{base}/</path><users_config>{base}/config.xml</users_config><mark_cache_size>1</mark_cache_size>
-<profiles><default/></profiles><quotas><default/></quotas><users><default><password/><networks>
-<ip>127.0.0.1</ip></networks><profile>default</profile><quota>default</quota></default></users></yandex>
-"""
+CONFIGURATION = """<yandex><logger/><listen_host>127.0.0.1</listen_host>
+<http_port>{port}</http_port><path>{base}/</path><users_config>{base}/config.xml</users_config>
+<mark_cache_size>1</mark_cache_size><profiles><default/></profiles><quotas><default/></quotas>
+<users><default><password/><networks><ip>127.0.0.1</ip></networks><profile>default</profile>
+<quota>default</quota></default></users></yandex>"""
 SUMS = """SELECT count(), uniqExact(entry_id), sum(id), sum(length(filler)),
-    countIf(timestamp BETWEEN now() - 600 AND now()) FROM entries """
+    countIf(timestamp BETWEEN now() - 3600 AND now()) FROM entries """
 
 
 def until(condition):
@@ -61,22 +60,24 @@ def clickhouse(base, stage):
     configuration.write_text(CONFIGURATION.format(port=port, base=base))
 
     def server():
-        address = ("127.0.0.1", port)
-        return running(lambda: socket.socket().connect_ex(address) == 0, "--config-file", configuration)
+        connect = socket.socket().connect_ex
+        return running(lambda: connect(("127.0.0.1", port)) == 0, f"--config-file={configuration}")
 
     def query(text):
         with urllib.request.urlopen(f"http://127.0.0.1:{port}", text.encode()) as answer:
             return [int(value) for value in answer.read().split()]
 
     def upload():
-        names = {"/var/lib/orders/staging": stage, "clickhouse:8123": f"127.0.0.1:{port}"}
-        options = shlex.split(block_of_page("http_upload ", names))[1:]
-        return subprocess.Popen([HTTP_UPLOAD, *options, "--first-wait=10", "--attempts=50"])
+        command = block_of_page("http_upload ", {
+            "http_upload": f"exec {HTTP_UPLOAD} --first-wait=10 --attempts=50",
+            "/var/lib/orders/staging": stage, "clickhouse:8123": f"127.0.0.1:{port}"})
+        return subprocess.Popen(["sh", "-c", command])
 
     count, files = int(ENTRIES), stage_entries(stage)
     sums = [count, count, count * (count - 1) // 2, (count - 1) * 100 + 200_000, count]
     with server():
-        query(block_of_page("CREATE ", {"order_id UInt64": "id UInt64, filler String"}))
+        columns = {"order_id UInt64": "id UInt64, filler String"}
+        query(block_of_page(r"CREATE TABLE entries\n", columns))
         assert upload().wait() == 0
         assert query(SUMS) == sums, query(SUMS)
         query("TRUNCATE TABLE entries")
@@ -96,8 +97,9 @@ def clickhouse(base, stage):
 
 def rsyslog(base, stage):
     output = base / "output.jsonl"
-    base.joinpath("configuration").write_text(block_of_page("global", {
-        "/var/lib/orders/staging": stage, "/var/spool/rsyslog": base, "/var/log/orders.jsonl": output}))
+    names = {"/var/lib/orders/staging": stage, "/var/spool/rsyslog": base}
+    configuration = block_of_page("global", {**names, "/var/log/orders.jsonl": output})
+    base.joinpath("configuration").write_text(configuration)
     with running((base / "pid").exists, "-n", "-f", base / "configuration", "-i", base / "pid"):
         staged = b"".join(stage_entries(stage).values())
         until(lambda: output.exists() and output.stat().st_size >= len(staged))
