@@ -2,7 +2,7 @@
 
 #include "MakeDirectory.h"
 
-#include "loggly_upload/StagingDirectory.h"
+#include "upload_core/StagingDirectory.h"
 
 #include <algorithm>
 #include <iostream>
@@ -16,8 +16,8 @@ Staging::Staging(std::filesystem::path directory, std::unique_ptr<Delivery> deli
     : directory_(std::move(directory)), delivery_(std::move(delivery)) {
     makeDirectory(directory_);
     sink_ = std::make_shared<Korvel::LogglySink>(directory_);
-    LogglyUpload::currentFileOf(*sink_,
-                                directory_);  // Throws if no file can be created in the directory.
+    UploadCore::currentFileOf(*sink_,
+                              directory_);  // Throws if no file can be created in the directory.
 }
 
 const std::shared_ptr<Korvel::LogglySink>& Staging::sink() const {
@@ -34,7 +34,7 @@ void Staging::deliver() {
     sink_->uploadTemporaryFiles();
     sink_->waitForUpload();
     const std::size_t closed = sink_->getLogFiles().size();
-    LogglyUpload::endSink(std::move(sink_), directory_);
+    UploadCore::endSink(std::move(sink_), directory_);
     std::cout << "Delivered " << delivered_ << (delivered_ == 1 ? " file to " : " files to ")
               << delivery_->destination() << '\n';
     // Rejected files no longer count as closed files, and others may not have been offered at all.

@@ -2,19 +2,16 @@
 
 #include "LogglyUploader.h"
 
-#include <chrono>
-#include <cstdint>
-#include <filesystem>
+#include "upload_core/Drain.h"
+
 #include <optional>
 
 namespace LogglyUpload {
 
 /// What the command line asks for.
 struct Arguments {
-    std::filesystem::path directory;
-    UploadSettings settings;
-    std::uint64_t attempts = 8;
-    std::chrono::milliseconds firstWait = std::chrono::seconds(1);
+    UploadCore::DrainSettings drain;
+    UploadSettings upload;
 };
 
 /// Reads the command line, and the token from its file or the environment. Prints the help text and

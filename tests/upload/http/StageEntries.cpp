@@ -1,24 +1,39 @@
-/// StageEntries DIRECTORY [FILES]: stages 16384 entries of a little over 1 KiB from 4 threads, each
-/// with an "id" of its own, in at least so many files.
+/// StageEntries DIRECTORY [FILES [ENTRIES]]: stages entries from 4 threads, each with an "id" of
+/// its own, in at least so many files: 16384 of a little over 1 KiB, or ENTRIES of about 200 bytes.
+/// The first one is longer than the default limit for a line in most programs.
 
 #include <Korvel/Korvel.h>
 
+#include <atomic>
+#include <random>
 #include <thread>
+
+/// Like the one of docs/shipping.md.
+std::shared_ptr<Korvel::Logger> withEntryIds(std::shared_ptr<Korvel::Logger> logger) {
+    const auto number = std::make_shared<std::atomic<std::uint64_t>>(0);
+    auto nextId = [number, process = std::random_device()()](const Korvel::Message&) {
+        return Korvel::Message(std::to_string(process) + '-' + std::to_string((*number)++));
+    };
+    return std::make_shared<Korvel::Extender>(logger, L"entry_id", nextId);
+}
 
 int main(int argc, char** argv) {
     constexpr int THREADS = 4;
-    constexpr int ENTRIES = 16384;
+    const int entries = argc > 3 ? std::stoi(argv[3]) : 16384;
+    const std::size_t length = argc > 3 ? 100 : 1024;
     const auto sink = std::make_shared<Korvel::LogglySink>(argv[1]);
-    Korvel::SinkHandler handler;
-    handler.installSink(sink);
-    const int part = ENTRIES / (argc > 2 ? std::stoi(argv[2]) : 1);
+    const auto handler = std::make_shared<Korvel::SinkHandler>();
+    handler->installSink(sink);
+    const auto logger = withEntryIds(Korvel::createTimestampExtender(handler, L"timestamp"));
+    const int part = entries / (argc > 2 ? std::stoi(argv[2]) : 1);
     std::vector<std::thread> threads;
     for (int thread = 0; thread < THREADS; ++thread) {
-        threads.emplace_back([&handler, &sink, thread, part] {
-            for (int id = thread; id < ENTRIES; id += THREADS) {
-                handler.log("Staged", {{"id", id}, {"filler", std::string(1024, 'x')}});
+        threads.emplace_back([&logger, &sink, entries, length, part, thread] {
+            for (int id = thread; id < entries; id += THREADS) {
+                const std::string filler(id == 0 ? 200'000 : length, 'x');
+                logger->log("Staged", {{"id", id}, {"filler", filler}});
                 if (id % part != part - 1) continue;
-                handler.flush();
+                logger->flush();
                 sink->useNewFile();
             }
         });

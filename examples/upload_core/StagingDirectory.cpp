@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <system_error>
 
-namespace LogglyUpload {
+namespace UploadCore {
 
 using std::filesystem::path;
 
@@ -39,4 +39,4 @@ void endSink(std::shared_ptr<Korvel::LogglySink> sink, const path& directory) {
     if (std::filesystem::file_size(current, error) == 0) std::filesystem::remove(current, error);
 }
 
-}  // namespace LogglyUpload
+}  // namespace UploadCore

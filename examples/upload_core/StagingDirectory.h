@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace LogglyUpload {
+namespace UploadCore {
 
 /// The names in `directory` that end in `ending`, in order. Throws
 /// `std::filesystem::filesystem_error` if the directory cannot be read.
@@ -24,4 +24,4 @@ std::filesystem::path currentFileOf(Korvel::LogglySink& sink,
 /// written to it. Otherwise every sink would leave an empty file for the next one.
 void endSink(std::shared_ptr<Korvel::LogglySink> sink, const std::filesystem::path& directory);
 
-}  // namespace LogglyUpload
+}  // namespace UploadCore

@@ -1,0 +1,15 @@
+/// Uploads the staging files left by a program with a LogglySink to any HTTP service that takes
+/// JSON lines. docs/shipping.md shows how.
+
+#include "Arguments.h"
+
+#include "upload_core/Program.h"
+
+int main(int argc, char** argv) {
+    return UploadCore::runProgram("http_upload", [argc, argv] {
+        const auto arguments = HttpUpload::parseArguments(argc, argv);
+        if (!arguments) return true;
+        UploadCore::HttpUploader uploader(arguments->http);
+        return UploadCore::drain(uploader, arguments->drain);
+    });
+}

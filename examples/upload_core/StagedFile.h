@@ -1,0 +1,14 @@
+#pragma once
+
+#include <filesystem>
+
+namespace UploadCore {
+
+/// The name that the file had before the upload run took it.
+std::filesystem::path stagedName(const std::filesystem::path& file);
+
+/// Moves the file into "rejected" beside it, where it replaces nothing, and returns where it is
+/// now. Throws `std::filesystem::filesystem_error`.
+std::filesystem::path moveAside(const std::filesystem::path& file);
+
+}  // namespace UploadCore
