@@ -19,7 +19,8 @@ CONTENT = """
     const links = [...document.querySelectorAll('a[href], link[href]')].map(e => e.href);
     const files = [...document.querySelectorAll('img[src], script[src], iframe[src]')].map(e => e.src);
     const anchors = [...document.querySelectorAll('[id], a[name]')].flatMap(e => [e.id, e.name]);
-    return [links.concat(files), anchors, document.documentElement.scrollWidth];
+    const boxes = [document.documentElement, ...document.querySelectorAll('#doc-content, .contents')];
+    return [links.concat(files), anchors, Math.max(...boxes.map(e => e.scrollWidth))];
 """
 BRIGHTNESS = """
     const numbers = getComputedStyle(document.body).backgroundColor.match(/\\d+/g).map(Number);
@@ -66,9 +67,11 @@ def faults_of_search(browser, site):
     wait = WebDriverWait(browser, 20)
     wait.until(lambda _: browser.find_element(By.ID, "MSearchResultsWindow").is_displayed())
     browser.switch_to.frame("MSearchResults")
-    results = wait.until(lambda _: [link.get_attribute("href") for link in
-                                    browser.find_elements(By.CSS_SELECTOR, ".SRResult a")
-                                    if link.is_displayed()])
+    found = wait.until(lambda _: [result for result in
+                                  browser.find_elements(By.CSS_SELECTOR, ".SRResult")
+                                  if result.is_displayed()])
+    results = [link.get_attribute("href") for result in found
+               for link in result.find_elements(By.TAG_NAME, "a")]
     for owner in ("SinkHandler", "Extras_1_1SeverityLogger"):
         if not any(f"classKorvel_1_1{owner}.html#" in result for result in results):
             return [f"the search for flush does not find that of {owner}, but {results}"]
@@ -94,7 +97,7 @@ def main():
         faults = [fault for check in checks for fault in check(browser, site)]
     finally:
         browser.quit()
-    sys.exit("\n".join(sorted(set(faults))))
+    sys.exit("\n".join(sorted(set(faults))) or 0)
 
 
 main()
