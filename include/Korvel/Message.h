@@ -133,13 +133,13 @@ public:
         if (!value_.isSelfContained()) reset();
     }
 
-    bool isNull() const noexcept;   ///< Whether this is a Null.
-    bool isString() const noexcept; ///< Whether this is a String.
-    bool isBoolean() const noexcept;///< Whether this is a Boolean.
-    bool isDouble() const noexcept; ///< Whether this is a Double.
-    bool isInteger() const noexcept;///< Whether this is an Integer.
-    bool isVector() const noexcept; ///< Whether this is a Vector.
-    bool isMap() const noexcept;    ///< Whether this is a Map.
+    bool isNull() const noexcept;     ///< Whether this is a Null.
+    bool isString() const noexcept;   ///< Whether this is a String.
+    bool isBoolean() const noexcept;  ///< Whether this is a Boolean.
+    bool isDouble() const noexcept;   ///< Whether this is a Double.
+    bool isInteger() const noexcept;  ///< Whether this is an Integer.
+    bool isVector() const noexcept;   ///< Whether this is a Vector.
+    bool isMap() const noexcept;      ///< Whether this is a Map.
 
     /// The getters do not convert: getDouble of an Integer throws WrongTypeException.
     bool getBoolean() const;

@@ -31,8 +31,8 @@ enum class Colours { Automatic, Always, Never };
 struct LineConsoleSinkOptions {
     /// Not used with a stream of the application.
     StandardStream destination = StandardStream::Output;
-    LineTime time = LineTime::Local;         ///< The form of the time.
-    Colours colours = Colours::Automatic;    ///< Whether lines are coloured.
+    LineTime time = LineTime::Local;       ///< The form of the time.
+    Colours colours = Colours::Automatic;  ///< Whether lines are coloured.
     /// Sends colour sequences (ESC [ digits m) in the type and in String values unchanged, if the
     /// sink shows colours at all. Such sequences can hide text, so set this only if all text in the
     /// entries is your own.
