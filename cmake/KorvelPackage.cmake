@@ -1,6 +1,15 @@
 # Debian packages by CPack: libkorvel0 and libkorvel-extras0 with the shared libraries, libkorvel-dev
-# with the rest.
+# with the rest. korvel-doc, with the site, if KORVEL_SITE names the directory that scripts/docs built.
 
+set(KORVEL_SITE "" CACHE PATH "The site for the package korvel-doc")
+set(components runtime extras development)
+if(KORVEL_SITE)
+    list(APPEND components doc)
+    install(DIRECTORY "${KORVEL_SITE}/" DESTINATION share/doc/korvel-doc/html COMPONENT doc
+        PATTERN "*.md5" EXCLUDE)
+    install(FILES "${PROJECT_SOURCE_DIR}/cmake/korvel-doc.doc-base" DESTINATION share/doc-base
+        RENAME korvel-doc.korvel COMPONENT doc)
+endif()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME korvel)
 set(CPACK_PACKAGE_VENDOR "The Korvel authors")
@@ -10,7 +19,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "structured logging library")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime extras development)
+set(CPACK_COMPONENTS_ALL ${components})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
@@ -42,13 +51,19 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
 pkg-config.")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime extras)
 
+set(CPACK_DEBIAN_DOC_PACKAGE_NAME korvel-doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOC_DESCRIPTION
+"The pages of Korvel and the reference of its headers, as a site to browse.")
+
 # What Debian wants in every package.
 file(COPY_FILE "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_BINARY_DIR}/copyright")
 configure_file(cmake/debian-changelog.in "${PROJECT_BINARY_DIR}/changelog" @ONLY)
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND "${GZIP}" -9nc "${PROJECT_BINARY_DIR}/changelog"
     OUTPUT_FILE "${PROJECT_BINARY_DIR}/changelog.gz" COMMAND_ERROR_IS_FATAL ANY)
-foreach(component runtime extras development)
+foreach(component ${components})
     string(TOUPPER ${component} upper)
     install(FILES "${PROJECT_BINARY_DIR}/copyright" "${PROJECT_BINARY_DIR}/changelog.gz"
         DESTINATION "share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}" COMPONENT ${component})

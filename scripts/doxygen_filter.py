@@ -2,7 +2,7 @@
 """doxygen_filter.py FILE: prints a page or a header as Doxygen needs it, so that the file itself stays
 plain Markdown or plain C++.
 
-Page: headings get the anchors that hosting services give them, and links lead to the pages and headers
+Page: headings get the anchors that hosting services give them, and links lead to the pages and classes
 of the site. A link to a file that is not on the site becomes plain text.
 
 Header: an overload without a comment, directly after another function of its name, gets the comment of
@@ -33,6 +33,14 @@ def slug(heading):
     return re.sub(r"[^\w\- ]", "", heading.lower(), flags=re.ASCII).replace(" ", "-")
 
 
+def subject_of(header):
+    """The class that a header is named after, or else the namespace."""
+    namespace = header.parent.relative_to("include").as_posix().replace("/", "::")
+    declares = rf"^class (\w+ )?{header.stem} "
+    is_class = re.search(declares, header.read_text(encoding="utf-8"), re.M)
+    return f"{namespace}::{header.stem}" if is_class else namespace
+
+
 def convert_link(page, match):
     is_image, text, target = match.groups()
     file, _, anchor = target.partition("#")
@@ -44,7 +52,7 @@ def convert_link(page, match):
     if path.suffix == ".md" and path.exists():
         return f"[{text}](@ref {page_id(path)}{'-' + anchor if anchor else ''})"
     if path.suffix == ".h" and path.is_relative_to("include"):
-        return f"[{text}](@ref {path.relative_to('include').as_posix()})"
+        return f"[{text}](@ref {subject_of(path)})"
     return text
 
 
