@@ -17,6 +17,7 @@ import sys
 
 HEADING = re.compile(r"(#+) +(.*?) *$")
 LINK = re.compile(r"(!?)\[((?:`[^`]*`|[^][`])*)\]\(([^()\s]+)\)")
+NOTICE = re.compile(r"\A(<!-- SPDX-.*\n)+")
 CODE = re.compile(r"(`+[^`]+`+)")
 NAME = re.compile(r"(~?\w+|operator\W+)\(")
 
@@ -65,7 +66,7 @@ def convert_line(page, line):
 
 def convert_page(page, text):
     is_code, is_title, seen = False, True, {}
-    for line in text.splitlines():
+    for line in NOTICE.sub("", text).splitlines():
         heading = HEADING.match(line)
         if line.lstrip().startswith("```"):
             is_code = not is_code
