@@ -1,15 +1,7 @@
 # Debian packages by CPack: libkorvel0 and libkorvel-extras0 with the shared libraries, libkorvel-dev
-# with the rest. korvel-doc, with the site, if KORVEL_SITE names the directory that scripts/docs built.
+# with the rest, korvel-tools if the examples are built, and korvel-doc if KORVEL_SITE names the
+# directory that scripts/docs built.
 
-set(KORVEL_SITE "" CACHE PATH "The site for the package korvel-doc")
-set(components runtime extras development)
-if(KORVEL_SITE)
-    list(APPEND components doc)
-    install(DIRECTORY "${KORVEL_SITE}/" DESTINATION share/doc/korvel-doc/html COMPONENT doc
-        PATTERN "*.md5" EXCLUDE)
-    install(FILES "${PROJECT_SOURCE_DIR}/cmake/korvel-doc.doc-base" DESTINATION share/doc-base
-        RENAME korvel-doc.korvel COMPONENT doc)
-endif()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME korvel)
 set(CPACK_PACKAGE_VENDOR "The Korvel authors")
@@ -19,7 +11,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "structured logging library")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL ${components})
+set(CPACK_COMPONENTS_ALL runtime extras development)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
@@ -51,11 +43,30 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
 pkg-config.")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime extras)
 
-set(CPACK_DEBIAN_DOC_PACKAGE_NAME korvel-doc)
-set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
-set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
-set(CPACK_DEBIAN_DOC_DESCRIPTION
+set(KORVEL_SITE "" CACHE PATH "The site for the package korvel-doc")
+if(KORVEL_SITE)
+    list(APPEND CPACK_COMPONENTS_ALL doc)
+    install(DIRECTORY "${KORVEL_SITE}/" DESTINATION share/doc/korvel-doc/html COMPONENT doc
+        PATTERN "*.md5" EXCLUDE)
+    install(FILES "${PROJECT_SOURCE_DIR}/cmake/korvel-doc.doc-base" DESTINATION share/doc-base
+        RENAME korvel-doc.korvel COMPONENT doc)
+    set(CPACK_DEBIAN_DOC_PACKAGE_NAME korvel-doc)
+    set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
+    set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+    set(CPACK_DEBIAN_DOC_DESCRIPTION
 "The pages of Korvel and the reference of its headers, as a site to browse.")
+endif()
+if(TARGET tools)
+    list(APPEND CPACK_COMPONENTS_ALL tools)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME korvel-tools)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "bash-completion, lnav")
+    set(CPACK_DEBIAN_TOOLS_DESCRIPTION
+"Programs that verify logs and staging directories of Korvel and send them to
+a log service, and a log format for lnav.")
+    set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
+endif()
 
 # What Debian wants in every package.
 file(COPY_FILE "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_BINARY_DIR}/copyright")
@@ -63,7 +74,7 @@ configure_file(cmake/debian-changelog.in "${PROJECT_BINARY_DIR}/changelog" @ONLY
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND "${GZIP}" -9nc "${PROJECT_BINARY_DIR}/changelog"
     OUTPUT_FILE "${PROJECT_BINARY_DIR}/changelog.gz" COMMAND_ERROR_IS_FATAL ANY)
-foreach(component ${components})
+foreach(component ${CPACK_COMPONENTS_ALL})
     string(TOUPPER ${component} upper)
     install(FILES "${PROJECT_BINARY_DIR}/copyright" "${PROJECT_BINARY_DIR}/changelog.gz"
         DESTINATION "share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}" COMPONENT ${component})

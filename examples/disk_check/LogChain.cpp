@@ -30,7 +30,7 @@ constexpr std::chrono::hours LONGEST_WAIT{24};
 /// Clears the progress line while its target writes to the terminal.
 class AsideSink : public Korvel::Sink {
 public:
-    AsideSink(std::shared_ptr<Korvel::Sink> target, Progress& progress)
+    AsideSink(std::shared_ptr<Korvel::Sink> target, CommandLine::Progress& progress)
         : target_(std::move(target)), progress_(progress) {}
 
     void flush() override { target_->flush(); }
@@ -41,7 +41,7 @@ public:
 
 private:
     std::shared_ptr<Korvel::Sink> target_;
-    Progress& progress_;
+    CommandLine::Progress& progress_;
 };
 
 bool isForPeople(const Message& entry) {
@@ -53,7 +53,7 @@ Message nextNumber(const Message&) {
     return Message(++number);
 }
 
-std::shared_ptr<Korvel::Sink> makeConsole(Progress& progress) {
+std::shared_ptr<Korvel::Sink> makeConsole(CommandLine::Progress& progress) {
     auto console = std::make_shared<AsideSink>(std::make_shared<Korvel::ConsoleSink>(), progress);
     return std::make_shared<Korvel::Filter>(std::move(console), isForPeople);
 }
@@ -66,7 +66,7 @@ std::shared_ptr<Korvel::Logger> makeExtenders(std::shared_ptr<Korvel::Logger> lo
 
 }  // namespace
 
-LogChain::LogChain(const std::filesystem::path& directory, Progress& progress,
+LogChain::LogChain(const std::filesystem::path& directory, CommandLine::Progress& progress,
                    std::shared_ptr<Korvel::Sink> staging)
     : path_(directory / "disk_check.jsonl"),
       handler_(std::make_shared<Korvel::SinkHandler>(false)) {

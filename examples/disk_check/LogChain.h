@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Progress.h"
+#include "command_line/Progress.h"
 
 #include <Korvel/Extras/Monitor.h>
 #include <Korvel/FileSink.h>
@@ -22,7 +22,7 @@ class LogChain {
 public:
     /// Truncates disk_check.jsonl in `directory`, which is made if it is missing. `progress` must
     /// outlive the chain. `staging` gets all entries too; it may be null.
-    LogChain(const std::filesystem::path& directory, Progress& progress,
+    LogChain(const std::filesystem::path& directory, CommandLine::Progress& progress,
              std::shared_ptr<Korvel::Sink> staging);
     ~LogChain();
 

@@ -6,13 +6,13 @@
 #include "Delivery.h"
 #include "Journal.h"
 #include "LogChain.h"
-#include "Progress.h"
 #include "ReadableText.h"
 #include "Staging.h"
-#include "Terminal.h"
 #include "Walk.h"
 
 #include "command_line/CommandLine.h"
+#include "command_line/Progress.h"
+#include "command_line/Terminal.h"
 
 #include <chrono>
 #include <exception>
@@ -31,7 +31,7 @@ constexpr int STATUS_NO_LOG = 1;
 constexpr int STATUS_WRONG_ARGUMENTS = 2;
 
 void logTree(const Arguments& arguments, std::shared_ptr<Korvel::Sink> staging) {
-    Progress progress(isErrorOutputTerminal());
+    CommandLine::Progress progress(CommandLine::isErrorOutputTerminal());
     LogChain chain(arguments.out, progress, std::move(staging));
     Journal journal(chain.logger());
     Walk walk(journal, arguments.limit);

@@ -2,9 +2,9 @@
 
 #include "extras/TakeOver.h"
 
-#include <algorithm>
+#include <Korvel/Extras/ToMessage.h>
+
 #include <exception>
-#include <stdexcept>
 #include <string>
 
 namespace Korvel::Extras {
@@ -14,19 +14,6 @@ namespace {
 struct PayloadRule : Logger {
     using Logger::wrapPayload;
 };
-
-/// A text of foreign origin. If it is not UTF-8, its bytes above ASCII become question marks.
-Message textOf(const char* text) {
-    try {
-        return text;
-    } catch (const std::range_error&) {
-        std::string ascii = text;
-        std::replace_if(
-            ascii.begin(), ascii.end(),
-            [](char letter) { return static_cast<unsigned char>(letter) > 0x7F; }, '?');
-        return ascii;
-    }
-}
 
 }  // namespace
 
@@ -54,9 +41,9 @@ bool SeverityLogger::write(Severity severity, const EventType& type, Message& pa
     payload["severity"] = std::string(severityName(severity));
     if (hasLocation_ && !payload.hasKey("source")) {
         Message& source = payload["source"];
-        source["file"] = textOf(type.file_);
+        source["file"] = toMessage(type.file_);
         source["line"] = type.line_;
-        source["function"] = textOf(type.function_);
+        source["function"] = toMessage(type.function_);
     }
     if (type.wide_.data() != nullptr) {
         return logger_->log(std::wstring(type.wide_), takeOver(payload));
@@ -70,7 +57,7 @@ bool SeverityLogger::writeLazy(Severity severity, const EventType& type, Message
     try {
         payload = make(target);
     } catch (const std::exception& error) {
-        payload["payloadError"] = textOf(error.what());
+        payload["payloadError"] = toMessage(error.what());
     } catch (...) {
         payload["payloadError"] = "unknown exception";
     }

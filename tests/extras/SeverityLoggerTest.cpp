@@ -64,7 +64,7 @@ TEST_F(SeverityLoggerTest, CallableThatThrowsLeavesAnEntryThatSaysSo) {
     EXPECT_TRUE(logger.info("B", []() -> Message { throw std::runtime_error("no \xFFnswer"); }));
     EXPECT_TRUE(logger.error("C", []() -> Message { throw 1; }));
     expectEntries({R"({"message":"A","payloadError":"no änswer","severity":"debug"})",
-                   R"({"message":"B","payloadError":"no ?nswer","severity":"info"})",
+                   R"({"message":"B","payloadError":"no �nswer","severity":"info"})",
                    R"({"message":"C","payloadError":"unknown exception","severity":"error"})"});
 }
 

@@ -1,14 +1,17 @@
 #include "support/OperatorNew.h"
 
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 std::atomic<int> liveBlocks = 0;
 thread_local constinit int freedBlocks = 0;
 thread_local constinit bool isOutOfMemory = false;
+std::atomic<std::int64_t> allocationsLeft = std::numeric_limits<std::int64_t>::max();
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    void* const block = isOutOfMemory ? nullptr : std::malloc(size);
+    const bool isRefused = isOutOfMemory || --allocationsLeft == 0;
+    void* const block = isRefused ? nullptr : std::malloc(size);
     if (block != nullptr) ++liveBlocks;
     return block;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 // For programs that link OperatorNew.cpp, which replaces operator new. On Windows a program cannot
 // replace it for a DLL.
@@ -11,3 +12,5 @@ extern std::atomic<int> liveBlocks;
 extern thread_local constinit int freedBlocks;
 /// Makes every allocation of this thread fail.
 extern thread_local constinit bool isOutOfMemory;
+/// Makes one allocation of the process fail: the one that counts this down to 0.
+extern std::atomic<std::int64_t> allocationsLeft;

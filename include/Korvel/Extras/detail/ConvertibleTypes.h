@@ -81,13 +81,7 @@ using Iterated = std::conditional_t<Iteration::isRange<const T>, const T, T>;
 template <class T>
 using Element = Iteration::Element<Iterated<T>>;
 
-template <class T>
-inline constexpr bool isCharacter =
-    std::is_same_v<T, char> || std::is_same_v<T, wchar_t> || std::is_same_v<T, char16_t> ||
-#ifdef __cpp_char8_t
-    std::is_same_v<T, char8_t> ||
-#endif
-    std::is_same_v<T, char32_t>;
+using Korvel::Detail::isCharacter;
 
 template <class T, bool = std::is_integral_v<T>>
 inline constexpr bool isNumber = std::is_floating_point_v<T>;

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-namespace DiskCheck {
+namespace CommandLine {
 
 /// A line on standard error that is overwritten in place and erased at the end.
 ///
@@ -33,4 +33,4 @@ private:
     std::size_t width_ = 0;
 };
 
-}  // namespace DiskCheck
+}  // namespace CommandLine

@@ -1,4 +1,4 @@
-#include "Terminal.h"
+#include "command_line/Terminal.h"
 
 #include <cstdio>
 
@@ -8,7 +8,7 @@
 #include <unistd.h>
 #endif
 
-namespace DiskCheck {
+namespace CommandLine {
 
 bool isErrorOutputTerminal() {
 #ifdef _WIN32
@@ -18,4 +18,4 @@ bool isErrorOutputTerminal() {
 #endif
 }
 
-}  // namespace DiskCheck
+}  // namespace CommandLine

@@ -1,8 +1,8 @@
-#include "Progress.h"
+#include "command_line/Progress.h"
 
 #include <iostream>
 
-namespace DiskCheck {
+namespace CommandLine {
 
 Progress::Progress(bool isVisible) : isVisible_(isVisible) {}
 
@@ -31,4 +31,4 @@ void Progress::clear() {
     width_ = 0;
 }
 
-}  // namespace DiskCheck
+}  // namespace CommandLine

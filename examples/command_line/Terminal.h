@@ -1,8 +1,8 @@
 #pragma once
 
-namespace DiskCheck {
+namespace CommandLine {
 
 /// Whether standard error is a terminal rather than a file or a pipe.
 bool isErrorOutputTerminal();
 
-}  // namespace DiskCheck
+}  // namespace CommandLine
