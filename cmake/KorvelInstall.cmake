@@ -57,3 +57,17 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmak
 install(FILES "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
               "${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmake"
     DESTINATION "${KORVEL_CMAKE_DIR}" COMPONENT development)
+
+# For debuggers. gdb looks for the script of a shared library at the path of that library below
+# share/gdb/auto-load, so this takes the prefix of the configuration.
+set(KORVEL_DEBUG_DIR "${PROJECT_SOURCE_DIR}/scripts/debug")
+install(FILES "${KORVEL_DEBUG_DIR}/Korvel.natvis" "${KORVEL_DEBUG_DIR}/korvel.supp"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/korvel" COMPONENT development)
+if(KORVEL_LIBRARY_TYPE STREQUAL "SHARED" AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    install(FILES "${KORVEL_DEBUG_DIR}/korvel_gdb.py"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}"
+        RENAME "libkorvel.so.${PROJECT_VERSION}-gdb.py" COMPONENT runtime)
+else()
+    install(FILES "${KORVEL_DEBUG_DIR}/korvel_gdb.py"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/korvel" COMPONENT development)
+endif()

@@ -1,5 +1,6 @@
 # Debian packages by CPack: libkorvel0 and libkorvel-extras0 with the shared libraries, libkorvel-dev
-# with the rest, and korvel-tools if the examples are built.
+# with the rest, korvel-tools if the examples are built, and korvel-doc if KORVEL_SITE names the
+# directory that scripts/docs built.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME korvel)
@@ -42,6 +43,19 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
 pkg-config.")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime extras)
 
+set(KORVEL_SITE "" CACHE PATH "The site for the package korvel-doc")
+if(KORVEL_SITE)
+    list(APPEND CPACK_COMPONENTS_ALL doc)
+    install(DIRECTORY "${KORVEL_SITE}/" DESTINATION share/doc/korvel-doc/html COMPONENT doc
+        PATTERN "*.md5" EXCLUDE)
+    install(FILES "${PROJECT_SOURCE_DIR}/cmake/korvel-doc.doc-base" DESTINATION share/doc-base
+        RENAME korvel-doc.korvel COMPONENT doc)
+    set(CPACK_DEBIAN_DOC_PACKAGE_NAME korvel-doc)
+    set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
+    set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+    set(CPACK_DEBIAN_DOC_DESCRIPTION
+"The pages of Korvel and the reference of its headers, as a site to browse.")
+endif()
 if(TARGET tools)
     list(APPEND CPACK_COMPONENTS_ALL tools)
     set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME korvel-tools)

@@ -23,6 +23,7 @@ namespace Korvel {
 /// Ownership: shares the target; the destructor does not flush it.
 class KORVEL_API Filter : public Sink {
 public:
+    /// Forwards to `target` the entries for which `predicate` returns true.
     Filter(std::shared_ptr<Sink> target, std::function<bool(const Message&)> predicate);
     ~Filter() override;
 

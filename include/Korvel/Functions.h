@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+/// Values, loggers and sinks.
 namespace Korvel {
 
 /// Creates an Extender that sets `key` to a copy of `value`. This and the other two factories throw

@@ -63,8 +63,9 @@ public:
     /// of other files.
     static const std::filesystem::path SUFFIX;
 
-    /// In bytes: 4 MiB and 1 MiB.
+    /// The size at which a file is full, in bytes: 4 MiB.
     static constexpr std::uint64_t MAX_FILE_SIZE = 0x400000;
+    /// The size of the largest entry that is written unchanged, in bytes: 1 MiB.
     static constexpr std::uint64_t MAX_ENTRY_SIZE = 0x100000;
 
     /// Returns a name for a new file in `directory`, based on the current time. The name is free at
@@ -114,6 +115,7 @@ public:
     /// in progress, or if the system refuses the listing or the thread, which is not reported.
     void uploadTemporaryFiles();
 
+    /// Whether a run is in progress.
     bool uploadRunning() const;
 
     /// Blocks until the run has ended. Never rethrows an error of the run.

@@ -56,18 +56,17 @@ public:
         value_.plain.payload.boolean = value;
     }
 
-    Message(std::int64_t value) noexcept : value_{{Type::Integer, {}}} {
-        value_.plain.payload.integer = value;
-    }
     /// A Double. The float is widened, so 0.1f reads back as 0.10000000149011612.
     Message(float value) noexcept : Message(static_cast<double>(value)) {}
     Message(double value) noexcept : value_{{Type::Double, {}}} {
         value_.plain.payload.real = value;
     }
 
-    /// An Integer from any other standard integer type, including `signed char` and
-    /// `unsigned char`. An unsigned value above 9223372036854775807 does not fit and throws
-    /// `std::range_error`.
+    /// An Integer from any standard integer type, including `signed char` and `unsigned char`. An
+    /// unsigned value above 9223372036854775807 does not fit and throws `std::range_error`.
+    Message(std::int64_t value) noexcept : value_{{Type::Integer, {}}} {
+        value_.plain.payload.integer = value;
+    }
     template <class T, std::enable_if_t<Detail::isWholeNumber<T>, int> = 0>
     Message(T value) : Message(Detail::toInteger(value)) {}
 
@@ -110,7 +109,7 @@ public:
     /// one. docs/values.md shows the results.
     Message(std::vector<Message> elements);
 
-    Message(const Message& source);
+    Message(const Message& source);  ///< A deep copy.
     /// A deep copy, as from an lvalue: `source` is unchanged.
     Message(const Message&& source);
 
@@ -134,26 +133,26 @@ public:
         if (!value_.isSelfContained()) reset();
     }
 
-    bool isNull() const noexcept;
-    bool isString() const noexcept;
-    bool isBoolean() const noexcept;
-    bool isDouble() const noexcept;
-    bool isInteger() const noexcept;
-    bool isVector() const noexcept;
-    bool isMap() const noexcept;
+    bool isNull() const noexcept;     ///< Whether this is a Null.
+    bool isString() const noexcept;   ///< Whether this is a String.
+    bool isBoolean() const noexcept;  ///< Whether this is a Boolean.
+    bool isDouble() const noexcept;   ///< Whether this is a Double.
+    bool isInteger() const noexcept;  ///< Whether this is an Integer.
+    bool isVector() const noexcept;   ///< Whether this is a Vector.
+    bool isMap() const noexcept;      ///< Whether this is a Map.
 
     /// The getters do not convert: getDouble of an Integer throws WrongTypeException.
     bool getBoolean() const;
-    double getDouble() const;
-    std::int64_t getInteger() const;
-    std::wstring getWstring() const;
+    double getDouble() const;         ///< The number of a Double.
+    std::int64_t getInteger() const;  ///< The number of an Integer.
+    std::wstring getWstring() const;  ///< The text of a String as UTF-16.
     /// The text as UTF-8, as a new string on every call.
     std::string getString() const;
-    /// The containers, valid while this Message holds them. The first call of getMap builds the
+    /// The entries of a Map, valid while this Message holds them. The first call builds the
     /// `std::map`, and later insertions and changes appear in it. It costs far more than at, hasKey
     /// and forEach, and a value may have another address in it than operator[] and at return.
     const std::map<std::wstring, Message>& getMap() const;
-    const std::vector<Message>& getVector() const;
+    const std::vector<Message>& getVector() const;  ///< The elements, valid as those of getMap.
 
     /// Returns the value at `key` of a Map, inserted as Null if it is absent; a Null becomes an
     /// empty Map first. Throws WrongTypeException on any other type. The reference is valid as long

@@ -12,6 +12,7 @@
 
 namespace Korvel::Extras {
 
+/// The settings of a BoundedLogger.
 struct BoundedLoggerOptions {
     /// The most entries that may wait, at least 2. One of these places is kept for the note about
     /// refused entries.
@@ -62,6 +63,7 @@ struct BoundedLoggerOptions {
 /// Ownership: shares the Monitor.
 class KORVEL_EXTRAS_API BoundedLogger : public Logger {
 public:
+    /// Limits what is logged through `monitor`, which must not be null.
     explicit BoundedLogger(std::shared_ptr<Monitor> monitor, BoundedLoggerOptions options = {});
     ~BoundedLogger() override;
 

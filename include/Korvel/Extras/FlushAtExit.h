@@ -74,6 +74,7 @@ struct FlushAtExitOptions {
 /// the object before a library that contains it is unloaded.
 class FlushAtExit {
 public:
+    /// Flushes `logger`, which must not be null, at the ends that `options` select.
     explicit FlushAtExit(std::shared_ptr<Logger> logger, const FlushAtExitOptions& options = {})
         : FlushAtExit(options, std::move(logger)) {
         // Registered here and not in the library: on Windows the exit functions of a DLL run after

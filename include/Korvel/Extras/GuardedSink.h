@@ -15,13 +15,16 @@ namespace Korvel::Extras {
 
 /// A call of a guarded sink that ended in an exception.
 struct GuardedSinkFailure {
+    /// The call that failed.
     enum class Operation { Append, Flush };
 
+    /// Which call of the sink threw.
     Operation operation = Operation::Append;
     /// Whether the fallback threw, after the target had failed on the same entry.
     bool isFallback = false;
     /// The entry; null for a flush. Valid only during the call of the reporter.
     const Message* entry = nullptr;
+    /// What the call threw.
     std::exception_ptr exception;
     /// What the exception says of itself; "unknown exception" if it is not a `std::exception`.
     std::string text;
@@ -31,6 +34,7 @@ struct GuardedSinkFailure {
     std::uint64_t total = 0;
 };
 
+/// The settings of a GuardedSink.
 struct GuardedSinkOptions {
     /// Called for each failure; what it throws is ignored. Empty: the default reporter writes to
     /// standard error.
@@ -43,6 +47,7 @@ struct GuardedSinkOptions {
     std::chrono::steady_clock::duration interval = std::chrono::seconds(1);
 };
 
+/// What has happened to a GuardedSink so far.
 struct GuardedSinkState {
     /// Calls of the target that threw.
     std::uint64_t failures = 0;
@@ -88,6 +93,7 @@ struct GuardedSinkState {
 /// Ownership: shares target and fallback; the destructor does not flush them.
 class KORVEL_EXTRAS_API GuardedSink : public Sink {
 public:
+    /// Guards `target`.
     explicit GuardedSink(std::shared_ptr<Sink> target, GuardedSinkOptions options = {});
     ~GuardedSink() override;
 

@@ -8,6 +8,7 @@
 
 namespace Korvel::Extras {
 
+/// Standard output or standard error.
 enum class StandardStream { Output, Error };
 
 /// How a LineConsoleSink shows the time of an entry.
@@ -26,11 +27,12 @@ enum class LineTime {
 /// Some terminals on Windows look like a pipe to a program. There CLICOLOR_FORCE or Always helps.
 enum class Colours { Automatic, Always, Never };
 
+/// The settings of a LineConsoleSink.
 struct LineConsoleSinkOptions {
     /// Not used with a stream of the application.
     StandardStream destination = StandardStream::Output;
-    LineTime time = LineTime::Local;
-    Colours colours = Colours::Automatic;
+    LineTime time = LineTime::Local;       ///< The form of the time.
+    Colours colours = Colours::Automatic;  ///< Whether lines are coloured.
     /// Sends colour sequences (ESC [ digits m) in the type and in String values unchanged, if the
     /// sink shows colours at all. Such sequences can hide text, so set this only if all text in the
     /// entries is your own.
@@ -49,9 +51,9 @@ struct LineConsoleSinkOptions {
 /// String. What does not have this form is shown as `key=value`, and a message that is not a Map as
 /// a value.
 ///
-/// Types, keys and String values are quoted if they are empty or contain a space, `=`, `"`, a
-/// backslash or an escape. Nested values are compact JSON in quotes. The type of a value is not
-/// shown: 5 and "5" look alike.
+/// Types, keys and String values are quoted if they are empty or contain a space, `=`, a quotation
+/// mark, a backslash or an escape. Nested values are compact JSON in quotes. The type of a value is
+/// not shown: 5 and "5" look alike.
 ///
 /// Security: no text of an entry reaches the terminal as a control. Control characters (C0, DEL,
 /// C1), line and paragraph separators, characters that change the direction of text and lone

@@ -49,10 +49,10 @@ struct LoggingOptions {
 
     /// Can be changed later: `logging.logger().threshold()->set(...)`.
     Severity severity = Severity::Info;
-    bool hasTimestamp = true;
-    bool hasThread = true;
-    bool hasContext = true;
-    bool hasLocation = false;
+    bool hasTimestamp = true;  ///< Adds the time of the log call.
+    bool hasThread = true;     ///< Adds the id of the thread.
+    bool hasContext = true;    ///< Adds the keys of the Context scopes.
+    bool hasLocation = false;  ///< Adds the location of the log call.
     /// Nothing: no ceiling.
     std::optional<BoundedLoggerOptions> ceiling = BoundedLoggerOptions();
     /// The monitor itself is always there: the ceiling and snapshot need it. The snapshot's
@@ -61,9 +61,10 @@ struct LoggingOptions {
     MonitorOptions monitor;
     /// Whether the sinks are guarded, and what applies to all guards. The name is that of the sink.
     bool isGuarded = true;
-    GuardedSinkOptions guard;
+    GuardedSinkOptions guard;  ///< See `isGuarded`.
+    /// Whether entries are repaired by a WellFormedSink, and its settings.
     bool isWellFormed = true;
-    WellFormedSinkOptions wellFormed;
+    WellFormedSinkOptions wellFormed;  ///< See `isWellFormed`.
     /// The limit also applies to the destructor of Logging.
     FlushAtExitOptions exit;
 };
@@ -144,8 +145,10 @@ private:
 /// Threads: for one thread at a time.
 class LoggingBuilder {
 public:
+    /// Selects the entries that a sink receives; empty means all.
     using Predicate = std::function<bool(const Message&)>;
 
+    /// Begins without a sink.
     KORVEL_EXTRAS_API explicit LoggingBuilder(LoggingOptions options = {});
     KORVEL_EXTRAS_API ~LoggingBuilder();
     LoggingBuilder(const LoggingBuilder&) = delete;

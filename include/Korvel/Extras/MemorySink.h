@@ -31,8 +31,10 @@ namespace Korvel::Extras {
 /// Threads: every operation may be called from any thread.
 class KORVEL_EXTRAS_API MemorySink : public Sink {
 public:
+    /// The kept entries, oldest first.
     using Entries = std::deque<Message>;
 
+    /// Keeps at most `capacity` entries.
     explicit MemorySink(std::size_t capacity);
     ~MemorySink() override;
 

@@ -17,6 +17,7 @@ namespace Korvel::Extras {
 
 class MonitorState;
 
+/// The settings of a Monitor.
 struct MonitorOptions {
     /// How often the watcher looks, which is also the accuracy of the times in a snapshot. Zero
     /// means that there is no watcher: nothing is restarted, and only flush looks for a dead worker
@@ -42,14 +43,16 @@ struct MonitorOptions {
 /// | waiting | `korvel_waiting` | `otel.sdk.processor.log.queue.size` |
 /// | restarts | `korvel_restarts_total` | |
 struct MonitorSnapshot {
-    /// Entries that the handler has taken, that it has refused, and that every sink has received.
-    /// An exception of log counts as a refusal. These three only grow.
+    /// Entries that the handler has taken. Only grows, like the next two.
     std::uint64_t accepted = 0;
+    /// Entries that the handler has refused. An exception of log counts as a refusal.
     std::uint64_t refused = 0;
+    /// Entries that every sink has received.
     std::uint64_t delivered = 0;
     /// Entries that a sink dropped when it ended the worker. Known once a worker runs again; until
     /// then they count as waiting. Only grows, and is never too large.
     std::uint64_t lost = 0;
+    /// Entries that are accepted and neither delivered nor known to be lost.
     std::uint64_t waiting = 0;
     /// The most entries that waited at one time. Too small by about 64 at most.
     std::uint64_t highestWaiting = 0;

@@ -10,12 +10,14 @@
 
 namespace Korvel::Extras {
 
+/// The settings of a SamplingFilter.
 struct SamplingFilterOptions {
     /// In each window the first so many entries of a type pass, and then every so many-th:
     /// with 3 and 10 the entries 1, 2, 3, 13, 23, 33 and so on. `thereafter` 0 lets none of the
     /// rest pass, and 1 all of them. With `first` 0 and `thereafter` 10, the entries 10, 20, 30 and
     /// so on pass.
     std::uint64_t first = 100;
+    /// See `first`.
     std::uint64_t thereafter = 100;
     /// How long a window lasts. It begins with the first entry of the type after the last window.
     std::chrono::nanoseconds window = std::chrono::seconds(1);
@@ -56,6 +58,7 @@ struct SamplingFilterOptions {
 /// appends the report to it but does not flush it.
 class KORVEL_EXTRAS_API SamplingFilter : public Sink {
 public:
+    /// Samples what `target` receives.
     explicit SamplingFilter(std::shared_ptr<Sink> target, SamplingFilterOptions options = {});
     ~SamplingFilter() override;
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+/// What applications need beyond the core, made of its public API alone.
 namespace Korvel::Extras {
 
 /// How much an entry matters. In an entry it is a String at the key "severity": the lower-case name
@@ -49,10 +50,14 @@ KORVEL_EXTRAS_API std::function<bool(const Message&)> severityAtLeast(Severity l
 /// an order to other memory.
 class SeverityThreshold {
 public:
+    /// Turns on `least` and every higher severity.
     explicit SeverityThreshold(Severity least = Severity::Info) noexcept : least_(least) {}
 
+    /// Changes the least severity that is on.
     void set(Severity least) noexcept { least_.store(least, std::memory_order_relaxed); }
+    /// The least severity that is on.
     Severity get() const noexcept { return least_.load(std::memory_order_relaxed); }
+    /// Whether `severity` is on.
     bool isOn(Severity severity) const noexcept { return severity >= get(); }
 
 private:

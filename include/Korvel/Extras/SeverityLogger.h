@@ -23,12 +23,14 @@ namespace Korvel::Extras {
 /// Ownership: refers to the text, which must outlive it. Pass it by reference and do not keep it.
 class EventType {
 public:
+    /// Takes narrow text. The last three parameters are for the compiler to fill in.
     template <class Text,
               std::enable_if_t<std::is_convertible_v<const Text&, std::string_view>, int> = 0>
     EventType(const Text& name, const char* file = __builtin_FILE(), int line = __builtin_LINE(),
               const char* function = __builtin_FUNCTION())
         : narrow_(viewOf<std::string_view>(name)), file_(file), function_(function), line_(line) {}
 
+    /// Takes wide text.
     template <class Text,
               std::enable_if_t<std::is_convertible_v<const Text&, std::wstring_view>, long> = 0>
     EventType(const Text& name, const char* file = __builtin_FILE(), int line = __builtin_LINE(),
@@ -118,26 +120,32 @@ public:
         }
     }
 
+    /// Logs one entry of the severity Trace.
     template <class Payload = Message>
     bool trace(const EventType& type, Payload&& payload = Payload()) const {
         return log(Severity::Trace, type, std::forward<Payload>(payload));
     }
+    /// Logs one entry of the severity Debug.
     template <class Payload = Message>
     bool debug(const EventType& type, Payload&& payload = Payload()) const {
         return log(Severity::Debug, type, std::forward<Payload>(payload));
     }
+    /// Logs one entry of the severity Info.
     template <class Payload = Message>
     bool info(const EventType& type, Payload&& payload = Payload()) const {
         return log(Severity::Info, type, std::forward<Payload>(payload));
     }
+    /// Logs one entry of the severity Warning.
     template <class Payload = Message>
     bool warning(const EventType& type, Payload&& payload = Payload()) const {
         return log(Severity::Warning, type, std::forward<Payload>(payload));
     }
+    /// Logs one entry of the severity Error.
     template <class Payload = Message>
     bool error(const EventType& type, Payload&& payload = Payload()) const {
         return log(Severity::Error, type, std::forward<Payload>(payload));
     }
+    /// Logs one entry of the severity Critical.
     template <class Payload = Message>
     bool critical(const EventType& type, Payload&& payload = Payload()) const {
         return log(Severity::Critical, type, std::forward<Payload>(payload));

@@ -60,6 +60,7 @@ struct WellFormedSinkState {
 /// Ownership: shares the target; the destructor does not flush it.
 class KORVEL_EXTRAS_API WellFormedSink : public Sink {
 public:
+    /// Repairs what `target` receives; a null one drops every entry.
     explicit WellFormedSink(std::shared_ptr<Sink> target, WellFormedSinkOptions options = {});
     ~WellFormedSink() override;
 
