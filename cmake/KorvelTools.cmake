@@ -40,5 +40,6 @@ endfunction()
 add_custom_target(tools)
 korvel_tool(korvel_check "verify logs and staging directories of Korvel")
 korvel_tool(loggly_upload "send staging files of Korvel to a log service")
+korvel_tool(http_upload "send staging files of Korvel to an HTTP service")
 install(FILES "${PROJECT_SOURCE_DIR}/examples/viewing/korvel.lnav.json"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/korvel" COMPONENT tools)
