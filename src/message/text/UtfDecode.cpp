@@ -9,7 +9,7 @@ namespace Korvel::Utf {
 namespace {
 
 /// Long text is converted in pieces that fit into the fastest cache.
-constexpr std::size_t PIECE = 512;
+constexpr std::size_t DECODED_PIECE = 512;
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 
 std::uint32_t leadBits(std::uint32_t lead, unsigned length) {
@@ -78,10 +78,10 @@ wchar_t* decodeCharacter(wchar_t* units, std::string_view text, std::size_t& pos
     return decodeSequence(units, text, position);
 }
 
-/// Decodes text from `position` on, into at most PIECE units.
+/// Decodes text from `position` on, into at most DECODED_PIECE units.
 wchar_t* decodePiece(wchar_t* units, std::string_view text, std::size_t& position) {
     // A sequence never yields more units than it has bytes, and the last one may cross the limit.
-    const std::size_t limit = std::min(text.size(), position + PIECE - 1);
+    const std::size_t limit = std::min(text.size(), position + DECODED_PIECE - 1);
     std::size_t next = position;
     while (next < limit) {
         while (limit - next >= TextBlock::SIZE && TextBlock::isAscii(&text[next])) {
@@ -124,7 +124,7 @@ std::size_t skipContinuations(std::string_view bytes, std::size_t position, std:
 }  // namespace
 
 std::wstring decode(std::string_view text) {
-    wchar_t piece[PIECE];
+    wchar_t piece[DECODED_PIECE];
     std::size_t position = 0;
     wchar_t* end = decodePiece(piece, text, position);
     std::wstring units(piece, end);

@@ -9,7 +9,7 @@ namespace Korvel::Utf {
 namespace {
 
 /// Long text is converted in pieces that fit into the fastest cache.
-constexpr std::size_t PIECE = 2048;
+constexpr std::size_t ENCODED_PIECE = 2048;
 
 char asByte(std::uint32_t value) {
     return static_cast<char>(static_cast<unsigned char>(value));
@@ -102,12 +102,13 @@ std::size_t sizeOfCharacter(std::wstring_view text, std::size_t& position) {
 }  // namespace
 
 std::string encode(std::wstring_view text) {
-    char piece[PIECE];
+    char piece[ENCODED_PIECE];
     std::string bytes;
     bytes.reserve(text.size());
     std::size_t position = 0;
     while (position < text.size()) {
-        const std::size_t limit = std::min(text.size(), position + PIECE / MAX_SEQUENCE - 1);
+        const std::size_t limit =
+            std::min(text.size(), position + ENCODED_PIECE / MAX_SEQUENCE - 1);
         const char* const end = encodeUpTo(limit, piece, text, position);
         bytes.append(piece, static_cast<std::size_t>(end - piece));
     }
