@@ -1,8 +1,8 @@
 """Ends processes in every way: ends_test.py PAGE|- [SKIPPED-END...] -- PROGRAM...
 
-The files must have the entries that were flushed, whole and in order, and nothing but them and later
-ones. With PAGE, which is docs/guarantees.md, what they have beyond that is its table. Without it,
-only the ways that promise to keep all entries run.
+The files must have the entries that were flushed, whole and in order, and nothing but them and
+later ones. With PAGE, which is docs/guarantees.md, what they have beyond that is its table. Without
+it, only the ways that promise to keep all entries run.
 """
 
 import concurrent.futures
@@ -23,7 +23,8 @@ WAYS = ["FileSink", "LogglySink", "Logging", "atSignals"]
 TABLE = {"return from `main`": {"return": 0},
          "`std::exit`": {"exit": 0},
          "uncaught exception, `std::terminate`": {
-             "exception": ABORTED, "thread": ABORTED, "terminate": ABORTED, "terminate_handler": 42},
+             "exception": ABORTED, "thread": ABORTED, "terminate": ABORTED,
+             "terminate_handler": 42},
          "SIGTERM, SIGINT": [signal.SIGTERM, signal.SIGINT],
          "SIGHUP, SIGQUIT, SIGPIPE": [signal.SIGHUP, signal.SIGQUIT, signal.SIGPIPE],
          "`abort`, SIGSEGV, SIGBUS, SIGFPE, SIGILL": [

@@ -258,7 +258,7 @@ RULES = [
       for code in (204, 302, 408, 429, 500, 503)),
     Case((503, 200), ONE, TWICE, "11", {}, 0, ("attempt 2 of 2",)),
     Case((NO_ANSWER, 200), ONE, ("--timeout", 1, *TWICE), "11", {}, 0, ("Timeout",)),
-    *(Case((code,), THREE, (), "1", THREE, 1, (f"or the address with status {code}", "3 files left"))
+    *(Case((code,), THREE, (), "1", THREE, 1, (f"the address with status {code}", "3 files left"))
       for code in (401, 403, 404)),
     *(Case((code, 200, code), TWO, (), "121", {"rejected/1.log": b"1"}, 1,
            ("Delivered 1 file ", f"status {code}", "rejected/1.log")) for code in (400, 413)),
@@ -269,7 +269,7 @@ RULES = [
     Case((200,), dict(random.sample([*MANY.items()], 26)), (), UPPER, {}, 0, ("26 files",)),
     Case((200,), {"1.log": b""}, (), "", {}, 0, ("Delivered 1 file ",)),
     Case((200,), {}, (), "", {}, 0, ("Nothing is ready",)),
-    Case((200,), {**OLD, "2.log": b"2"}, ONCE, "2", OLD, 1, ("    1.log.tmp\n    3.log.tmp\nThe ",)),
+    Case((200,), {**OLD, "2.log": b"2"}, ONCE, "2", OLD, 1, ("  1.log.tmp\n    3.log.tmp\n",)),
     Case((200,), BLOCKED, ONCE, "", BLOCKED, 1, ("3.log.tmp is in its way",)),
 ]
 
