@@ -1,4 +1,4 @@
-#include "extras/ExitCases.h"
+#include "support/Test.h"
 
 #include <Korvel/Extras/Context.h>
 #include <Korvel/Extras/Logging.h>
@@ -185,17 +185,4 @@ TEST(Logging, FileThatCannotBeOpenedIsAnErrorAtOnce) {
                  std::filesystem::filesystem_error);
     { const auto logging = builder.file(directory.path / "log").start(); }
     EXPECT_EQ(readFile(directory.path / "log"), "");
-}
-
-TEST(Logging, AllEntriesAreInTheFileHoweverTheProcessEnds) {
-    expectEnds("Logging", {
-                              {"return", 0, lines()},
-                              {"exit", 0, lines("{\"message\":\"Static\"}\n")},
-                              {"uncaught", ABORTED, lines()},
-                              {"uncaught in a thread", ABORTED, lines()},
-                              {"stuck", 0, ""},
-#ifndef _WIN32
-                              {"SIGTERM", -SIGTERM, lines()},
-#endif
-                          });
 }

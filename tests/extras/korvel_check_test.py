@@ -28,38 +28,33 @@ def real_line(directory, milliseconds):
     return re.sub(r'("timestamp":)"[^"]*"', rf'\1"{time}"', line).encode()
 
 
-def cases(at):
-    """What is appended to the entry at(0), and what is said of it."""
-    entry = at(0)
-    return [
-        (b'{"message":"Ratio","r":nan}\n', "2 contains a number that JSON cannot hold, such as nan "
-         "or inf (byte 25).", "not_finite"),
-        (b'{"a":[-inf]}\n', "2 contains a number that JSON cannot hold, such as nan or inf "
-         "(byte 8).", "not_finite"),
-        (b'{"a":2,5}\n', "2 is not JSON (byte 8).", "not_json"),
-        (b"\n", "2 is not JSON (byte 1).", "not_json"),
-        (b"\xef\xbb\xbf" + entry + b"\n", "2 is not JSON (byte order mark).", "not_json"),
-        (b'{"a":"\xe4"}\n', "2 is not UTF-8 (byte 8).", "not_utf8"),
-        (b'{"a":"\xed\xb0\x80"}\n', "2 contains half of a surrogate pair (byte 8).",
-         "lone_surrogate"),
-        (b'{"a":"\\ud800"}\n', "2 contains half of a surrogate pair (byte 13).", "lone_surrogate"),
-        (b'{"a":{}}\0\0\n', "2 contains zero bytes, as a loss of power leaves them.", "zero_bytes"),
-        (b"[1]\n", "2 is JSON, but not an object.", "not_an_entry"),
-        (entry[:40], "2 is torn: the file ends without a line end (40 bytes).", "torn_line"),
-        (at(5000) + b"\n" + at(3999) + b"\n" + at(3999) + b"\n",
-         "3 is older than the line before (1.0 s).", "time_goes_back"),
-        (b'{"a":[{"b":1,"b":2}]}\n', '2 contains a key twice ("b").', "duplicate_key"),
-    ]
+NUMBER = "2 contains a number that JSON cannot hold, such as nan or inf"
+HALF = "2 contains half of a surrogate pair"
+# What follows an entry, and what is said of it.
+DAMAGE = [
+    (b'{"message":"Ratio","r":nan}\n', "not_finite", NUMBER + " (byte 25)."),
+    (b'{"a":[-inf]}\n', "not_finite", NUMBER + " (byte 8)."),
+    (b'{"a":2,5}\n', "not_json", "2 is not JSON (byte 8)."),
+    (b"\n", "not_json", "2 is not JSON (byte 1)."),
+    (b"\xef\xbb\xbf{}\n", "not_json", "2 is not JSON (byte order mark)."),
+    (b'{"a":"\xe4"}\n', "not_utf8", "2 is not UTF-8 (byte 8)."),
+    (b'{"a":"\xed\xb0\x80"}\n', "lone_surrogate", HALF + " (byte 8)."),
+    (b'{"a":"\\ud800"}\n', "lone_surrogate", HALF + " (byte 13)."),
+    (b'{"a":{}}\0\0\n', "zero_bytes", "2 contains zero bytes, as a loss of power leaves them."),
+    (b"[1]\n", "not_an_entry", "2 is JSON, but not an object."),
+    (b'{"a":', "torn_line", "2 is torn: the file ends without a line end (5 bytes)."),
+    (b'{"a":[{"b":1,"b":2}]}\n', "duplicate_key", '2 contains a key twice ("b").'),
+]
 
 
 def check_damage(directory):
     file = directory / "app.jsonl"
-    at = lambda milliseconds: real_line(directory, milliseconds)
-    for damage, sentence, kind in cases(at):
-        file.write_bytes(at(0) + b"\n" + damage)
+    times = b"".join(real_line(directory, time) + b"\n" for time in (5000, 3999, 3999))
+    older = (times, "time_goes_back", "3 is older than the line before (1.0 s).")
+    for damage, kind, sentence in [*DAMAGE, older]:
+        file.write_bytes(real_line(directory, 0) + b"\n" + damage)
         lines = run(file.name, directory=directory, status=1)[0].splitlines()
-        assert lines[0] == f"app.jsonl:{sentence}", (sentence, lines)
-        assert lines[-1] == f"Found: {kind} 1", (sentence, lines)
+        assert (lines[0], lines[-1]) == (f"app.jsonl:{sentence}", f"Found: {kind} 1"), lines
         summary = json.loads(run("--json", file.name, directory=directory, status=1)[0])
         assert summary["found"] == {kind: 1}, summary
 

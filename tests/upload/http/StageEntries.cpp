@@ -1,6 +1,7 @@
 /// StageEntries DIRECTORY [FILES [ENTRIES]]: stages entries from 4 threads, each with an "id" of
-/// its own, in at least so many files: 16384 of a little over 1 KiB, or ENTRIES of about 200 bytes.
-/// The first one is longer than the default limit for a line in most programs.
+/// its own, in at least so many files: 16384 of a little over 1 KiB, or ENTRIES of about 166 bytes,
+/// which begin with ten digits that hardly compress. The first one is longer than the default limit
+/// for a line in most programs.
 
 #include <Korvel/Korvel.h>
 
@@ -20,7 +21,7 @@ std::shared_ptr<Korvel::Logger> withEntryIds(std::shared_ptr<Korvel::Logger> log
 int main(int argc, char** argv) {
     constexpr int THREADS = 4;
     const int entries = argc > 3 ? std::stoi(argv[3]) : 16384;
-    const std::size_t length = argc > 3 ? 100 : 1024;
+    const std::size_t length = argc > 3 ? 52 : 1024;
     const auto sink = std::make_shared<Korvel::LogglySink>(argv[1]);
     const auto handler = std::make_shared<Korvel::SinkHandler>();
     handler->installSink(sink);
@@ -30,7 +31,10 @@ int main(int argc, char** argv) {
     for (int thread = 0; thread < THREADS; ++thread) {
         threads.emplace_back([&logger, &sink, entries, length, part, thread] {
             for (int id = thread; id < entries; id += THREADS) {
-                const std::string filler(id == 0 ? 200'000 : length, 'x');
+                std::string filler(id == 0 ? 200'000 : length, 'x');
+                const auto digits =
+                    std::uint64_t(id) * 2'654'435'761U % 9'000'000'000U + 1'000'000'000U;
+                filler.replace(0, 10, std::to_string(digits));
                 logger->log("Staged", {{"id", id}, {"filler", filler}});
                 if (id % part != part - 1) continue;
                 logger->flush();
