@@ -1,4 +1,3 @@
-#include "support/OperatorNew.h"
 #include "support/Test.h"
 
 #include <Korvel/Extras/BoundedLogger.h>
@@ -64,65 +63,31 @@ BoundedLoggerOptions ceilingOf(std::uint64_t ceiling, std::chrono::milliseconds 
     return options;
 }
 
-/// Returns how many of the entries of four threads were accepted.
-std::uint64_t logInFourThreads(Logger& logger, int entries) {
-    std::atomic<std::uint64_t> accepted = 0;
-    std::vector<JoiningThread> callers;
-    for (int thread = 0; thread < 4; ++thread) {
-        callers.emplace_back([&] {
-            const Message payload = {{"text", "too long to be stored inside of a Message"}};
-            for (int i = 0; i < entries; ++i) accepted += logger.log("x", payload);
-        });
-    }
-    callers.clear();
-    return accepted;
-}
-
 }  // namespace
-
-TEST(BoundedLogger, BlockedSinkNeverMakesFourThreadsExceedTheCeiling) {
-    constexpr int CEILING = 1000;
-    Fixture fixture;
-    BoundedLogger logger(fixture.monitor, ceilingOf(CEILING));
-    [[maybe_unused]] const int blocksBefore = liveBlocks;
-    const std::uint64_t accepted = logInFourThreads(logger, 5000);
-#ifndef _WIN32
-    // Two blocks for each entry, and a few of the queue and the threads.
-    EXPECT_LT(liveBlocks - blocksBefore, 2 * CEILING + 500);
-#endif
-    EXPECT_EQ(accepted, CEILING * 7 / 8) << "An eighth is kept for errors";
-    const MonitorSnapshot blocked = fixture.monitor->snapshot();
-    EXPECT_EQ(blocked.accepted, accepted);
-    EXPECT_EQ(blocked.refused, 20000 - accepted);
-    EXPECT_EQ(blocked.highestWaiting, accepted);
-    EXPECT_EQ(fixture.delivered().size(), accepted);
-    logger.flush();
-    const std::string number = std::to_string(blocked.refused);
-    EXPECT_EQ(fixture.delivered().back(), number + " {\"none\":" + number + "}");
-}
 
 TEST(BoundedLogger, AcceptedAndNotedEntriesAreWhatFourThreadsOffered) {
     for (const auto wait : {0ms, 60000ms}) {
         Fixture fixture;
-        fixture.gate.open();
-        const auto start = Clock::now();
-        std::uint64_t accepted = 0;
+        if (wait > 0ms) fixture.gate.open();
+        std::atomic<std::uint64_t> accepted = 0;
         {
             BoundedLogger logger(fixture.monitor, ceilingOf(100, wait));
-            accepted = logInFourThreads(logger, 5000);
+            std::vector<JoiningThread> callers;
+            for (int thread = 0; thread < 4; ++thread) {
+                callers.emplace_back([&] {
+                    for (int i = 0; i < 5000; ++i) accepted += logger.log("x", {});
+                });
+            }
+            callers.clear();
+            fixture.gate.open();
         }
-        std::uint64_t noted = 0;
-        int notes = 0;
-        for (const std::string& entry : fixture.delivered()) {
-            if (entry == "x") continue;
-            noted += std::stoull(entry);
-            ++notes;
-        }
-        EXPECT_EQ(accepted + noted, 20000U);
-        EXPECT_EQ(wait > 0ms ? noted : 0, 0U);
-        EXPECT_LE(notes, 2 + (Clock::now() - start) / 1s);
-        EXPECT_EQ(fixture.monitor->snapshot().refused, noted);
-        EXPECT_LE(fixture.monitor->snapshot().highestWaiting, 100U);
+        const MonitorSnapshot now = fixture.monitor->snapshot();
+        EXPECT_EQ(accepted, wait > 0ms ? 20000 : 87) << "An eighth, rounded up, is kept for errors";
+        EXPECT_EQ(now.refused, 20000 - accepted);
+        EXPECT_LE(now.highestWaiting, 100U);
+        const std::string number = std::to_string(now.refused);
+        EXPECT_EQ(fixture.delivered().back(),
+                  wait > 0ms ? "x" : number + " {\"none\":" + number + "}");
     }
 }
 

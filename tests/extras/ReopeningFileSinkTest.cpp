@@ -2,9 +2,8 @@
 
 #include <Korvel/Extras/ReopeningFileSink.h>
 
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
+#include <iterator>
+#include <set>
 
 #ifndef _WIN32
 #include "support/FileSizeLimit.h"
@@ -163,27 +162,22 @@ TEST_F(ReopeningFileSinkTest, GoesOnInTheSameFileWhileARenameFails) {
 TEST_F(ReopeningFileSinkTest, ThreadsLoseAndDoubleNothingWhileTheFileIsReopenedAndRotated) {
     options.maxBytes = 500;
     options.keptFiles = 100;
-    Entries expected;
+    std::vector<JoiningThread> threads;
     {
         ReopeningFileSink sink(file, options);
-        std::vector<JoiningThread> threads;
         for (std::int64_t first = 10000; first < 11000; first += 250) {
-            for (int i = 0; i < 250; ++i) expected.push_back(std::to_string(first + i));
             threads.emplace_back([&sink, first] {
-                for (int i = 0; i < 250; ++i) {
-                    append(sink, {first + i});
-                    sink.reopen();
-                }
+                for (int i = 0; i < 250; ++i, sink.reopen()) append(sink, {first + i});
             });
         }
+        threads.clear();
     }
-    Entries lines;
-    for (const auto& [name, text] : files()) {
-        std::istringstream stream(text);
-        for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    }
-    std::sort(lines.begin(), lines.end());
-    EXPECT_EQ(lines, expected);
+    std::string text;
+    for (const auto& [name, content] : files()) text += content;
+    std::istringstream stream(text);
+    const std::set<int> numbers(std::istream_iterator<int>(stream), {});
+    EXPECT_EQ(numbers.size(), 1000U);
+    EXPECT_EQ(text.size(), 6000U);
     EXPECT_EQ(failures, Entries());
 }
 
@@ -194,32 +188,19 @@ TEST_F(ReopeningFileSinkTest, GoesOnAfterAFullDiskAndSaysHowManyEntriesAreMissin
     {
         const FileSizeLimit full(4);
         append(sink, {23456, 3});
-        fs::rename(file, numbered(1));
-        fs::create_directory(file);  // The old file is the only one that it can go on with.
-        now += 1s;
-        append(sink, {4});
     }
     now += 999ms;
     append(sink, {5});
-    EXPECT_EQ(readFile(numbered(1)), "1\n23");
+    EXPECT_EQ(readFile(file), "1\n23");
     EXPECT_TRUE(sink.status().isDropping);
     EXPECT_EQ(sink.status().lastError, std::errc::file_too_large);
-    EXPECT_EQ(failures, (Entries{"write", "open"}));
+    EXPECT_EQ(failures, Entries{"write"});
     now += 1ms;
-    append(sink, {6, 7});
-    const std::string notice = R"({"dropped":4,"message":"EntriesDropped","severity":"warning"})";
-    EXPECT_EQ(readFile(numbered(1)), "1\n23\n" + notice + "\n6\n7\n");
+    append(sink, {6});
+    const std::string notice = R"({"dropped":3,"message":"EntriesDropped","severity":"warning"})";
+    EXPECT_EQ(readFile(file), "1\n23\n" + notice + "\n6\n");
     EXPECT_FALSE(sink.status().isDropping);
-    EXPECT_EQ(sink.status().dropped, 4U);
-
-    fs::remove(file);
-    now += 1s;
-    const FileSizeLimit full(100);
-    sink.append(std::string(100, 'x'));
-    fs::remove(file);  // To make room.
-    now += 1s;
-    sink.flush();
-    EXPECT_EQ(nlohmann::json::parse(readFile(file)).at("dropped"), 1);
+    EXPECT_EQ(sink.status().dropped, 3U);
 }
 
 TEST_F(ReopeningFileSinkTest, NewFilesHaveTheModeAskedForAndTheOwnerOfTheOldOne) {

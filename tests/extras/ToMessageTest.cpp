@@ -1,11 +1,9 @@
 #include "support/Test.h"
 
-#include <Korvel/Extras/Severity.h>
 #include <Korvel/Extras/ToMessage.h>
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <deque>
 #include <forward_list>
 #include <map>
@@ -61,7 +59,6 @@ struct Tree : std::map<std::string, Tree> {};
 
 enum class Port : unsigned char { Web = 80 };
 enum class Wide : std::uint64_t { Most = ~std::uint64_t{0} };
-enum Letter : char { LETTER_A = 'a' };
 
 }  // namespace
 
@@ -76,15 +73,6 @@ struct UrgentOrder : Order {};
 enum class State { Open, Closed };
 Message toMessage(State state) {
     return state == State::Open ? "open" : "closed";
-}
-
-template <class Unit>
-struct Amount {
-    int value;
-};
-template <class Unit>
-Message toMessage(const Amount<Unit>& amount) {
-    return amount.value;
 }
 
 /// A range of its own type, and an exception that describes itself.
@@ -119,62 +107,40 @@ TEST(ToMessage, ValuesOfEveryKindStandInABraceList) {
     Tree tree;
     tree["leaf"];
     expectRows({
-        ROW(toMessage(Message()), "null"),
-        ROW(toMessage(true), "true"),
         ROW(toMessage(flags[0]), "true"),
         ROW(toMessage(std::uint8_t{7}), "7"),
-        ROW(toMessage(-5L), "-5"),
         ROW(toMessage(0.5L), "0.5"),
-        ROW(toMessage(std::uint64_t{1} << 62), "4611686018427387904"),
-        ROW(toMessage(std::uint64_t{1} << 63), R"("9223372036854775808")"),
         ROW(toMessage(Wide::Most), R"("18446744073709551615")"),
         ROW(toMessage('x'), R"("x")"),
         ROW(toMessage(U'\U0001F600'), R"("\ud83d\ude00")"),
-        ROW(toMessage("text"), R"("text")"),
         ROW(toMessage(buffer), R"("ab")"),
         ROW(toMessage(full), R"("ab")"),
         ROW(toMessage(absent), "null"),
-        ROW(toMessage(nullptr), "null"),
-        ROW(toMessage(static_cast<wchar_t*>(nullptr)), "null"),
         ROW(toMessage(std::string("a\0b", 3)), R"("a\u0000b")"),
         ROW(toMessage(std::string_view("abc").substr(1)), R"("bc")"),
-        ROW(toMessage(std::wstring_view(L"\u00e9")), R"("\u00e9")"),
         ROW(toMessage(u8"\u00e9"), R"("\u00e9")"),
         ROW(toMessage(u"\u00e9"), R"("\u00e9")"),
         ROW(toMessage(std::vector<char>{'a', 'b'}), R"("ab")"),
         ROW(toMessage(std::filesystem::path("a/b")), R"("a/b")"),
         ROW(toMessage(std::optional<int>()), "null"),
-        ROW(toMessage(std::nullopt), "null"),
-        ROW(toMessage(std::optional<std::string_view>("a")), R"("a")"),
         ROW(toMessage(std::variant<int, std::vector<int>>(std::vector<int>{1})), "[1]"),
-        ROW(toMessage(std::variant<std::monostate, bool>()), "null"),
         ROW(toMessage(std::pair("a", 1)), R"(["a",1])"),
         ROW(toMessage(std::make_tuple(1, true, 'c')), R"([1,true,"c"])"),
-        ROW(toMessage(std::tuple<>()), "[]"),
         ROW(toMessage(numbers), "[1,2]"),
-        ROW(toMessage(std::array<int, 0>()), "[]"),
         ROW(toMessage(flags), "[true,false]"),
-        ROW(toMessage(std::set<std::string>{"b", "a"}), R"(["a","b"])"),
         ROW(toMessage(std::forward_list<int>{1, 2, 3, 4, 5, 6}), "[1,2,3,4,5,6]"),
-        ROW(toMessage(std::vector<Message>{"a", 1}), R"(["a",1])"),
         ROW(toMessage(std::deque<std::vector<std::optional<int>>>{{1, {}}, {}}), "[[1,null],[]]"),
         ROW(toMessage(CountDown{3}), "[3,2,1]"),
-        ROW(toMessage(std::map<std::string, int>{{"a", 1}}), R"({"a":1})"),
-        ROW(toMessage(std::map<std::string_view, Message>()), "{}"),
         ROW(toMessage(std::unordered_map<std::u16string, bool>{{u"a", true}}), R"({"a":true})"),
         ROW(toMessage(std::map<int, char>{{1, 'a'}}), R"([[1,"a"]])"),
         ROW(toMessage(std::multimap<std::string, int>{{"a", 1}, {"a", 2}}), R"([["a",1],["a",2]])"),
         ROW(toMessage(oneWithoutKey), R"({"":1})"),
         ROW(toMessage(tree), R"({"leaf":{}})"),
         ROW(toMessage(1500ms), "1500"),
-        ROW(toMessage(std::chrono::duration<double>(0.5)), "0.5"),
         ROW(ms(-1500us), "-2"),
-        ROW(us(2s), "2000000"),
-        ROW(toMessage(Clock::time_point(1ms)), R"("1970-01-01T00:00:00.001Z")"),
         ROW(toMessage(std::chrono::time_point<Clock, std::chrono::hours>()),
             R"("1970-01-01T00:00:00.000Z")"),
         ROW(toMessage(Port::Web), "80"),
-        ROW(toMessage(LETTER_A), "97"),
         ROW(toMessage(std::make_error_code(std::errc::no_such_file_or_directory)),
             R"({"category":"generic","text":"No such file or directory","value":2})"),
     });
@@ -194,11 +160,6 @@ TEST(ToMessage, TextThatIsNotUnicodeIsReplacedAndNeverThrows) {
     const std::basic_string<Native> name = {
         'a', static_cast<Native>(sizeof(Native) == 1 ? 0xFF : 0xD800)};
     const std::vector<std::pair<Message, std::string>> cases = {
-        {toMessage("a\xF1\x80\x80\xE1\x80\xC2"
-                   "b\x80"
-                   "c\x80\xBF"
-                   "d"),
-         "a" + mark + mark + mark + "b" + mark + "c" + mark + mark + "d"},
         {toMessage(u"a\xD800"), "a" + mark},
         {toMessage(L"\xDC00\xD83D\xDE00\xD83Dz"s), mark + "\xF0\x9F\x98\x80" + mark + "z"},
         {toMessage(std::u32string{0xD800, 0x110000, 0x10FFFF, U'z'}),
@@ -226,35 +187,23 @@ TEST(ToMessage, TextThatIsNotUnicodeIsReplacedAndNeverThrows) {
 
 TEST(ToMessage, FunctionsOfUserTypesPrecedeEverythingElse) {
     expectRows({
-        ROW(toMessage(shop::Order{1}), R"({"order":1})"),
         ROW(Korvel::Extras::toMessage(shop::UrgentOrder{{2}}), R"({"order":2})"),
         ROW(toMessage(std::map<std::string, shop::UrgentOrder>{{"a", {{3}}}}),
             R"({"a":{"order":3}})"),
         ROW(toMessage(std::make_pair(shop::State::Open, std::optional(shop::State::Closed))),
             R"(["open","closed"])"),
-        ROW(list(shop::Amount<int>{4}), "[4]"),
         ROW(toMessage(shop::Receipt()), R"({"total":5})"),
         ROW(list(shop::Menu(), shop::SoldOut("x")), R"([0,"sold out"])"),
-        ROW(toMessage(std::vector<Severity>{Severity::Debug}), R"(["debug"])"),
     });
 }
 
-TEST(ToMessage, ListIsAVectorWhateverItsElementsAre) {
+TEST(ToMessage, ListIsAVectorWhateverItHoldsAndFirstSaysHowManyItLeftOut) {
     expectRows({
         ROW(list(), "[]"),
         ROW(list("a"), R"(["a"])"),
-        ROW(list("a", "b"), R"(["a","b"])"),
-        ROW(list(list(1)), "[[1]]"),
         ROW(list(list("a", 1), list("b", 2)), R"([["a",1],["b",2]])"),
         ROW(list(std::vector<Message>{1}), "[[1]]"),
-        ROW(list(Message({{"a", 1}})), R"([{"a":1}])"),
-    });
-}
-
-TEST(ToMessage, FirstSaysHowManyItLeftOut) {
-    expectRows({
         ROW(first(2, std::set<int>{3, 1, 2}), R"({"first":[1,2],"omitted":1})"),
-        ROW(first(0, std::vector<bool>{true}), R"({"first":[],"omitted":1})"),
         ROW(first(9, CountDown{2}), R"({"first":[2,1],"omitted":0})"),
         ROW(first(1, std::map<std::string, int>{{"a", 1}, {"b", 2}}),
             R"({"first":{"a":1},"omitted":1})"),
@@ -286,28 +235,24 @@ std::exception_ptr nestNothing() {
     }
 }
 
-std::exception_ptr nestTimes(int count) {
+/// How many nested exceptions are described below so many, and how the last one ends.
+std::string nested(int count) {
     auto thrown = std::make_exception_ptr(shop::Refusal("0"));
     for (int i = 1; i <= count; ++i) thrown = nest(thrown, shop::Refusal(std::to_string(i)));
-    return thrown;
-}
-
-/// The number of nested exceptions, and the text and the mark of the last one.
-std::string summary(const std::exception_ptr& thrown) {
-    json described = parse(toMessage(thrown));
-    int count = 0;
-    for (; described.contains("nested"); ++count) described = json(described["nested"]);
-    return std::to_string(count) + " " + described["text"].get<std::string>() + " " +
-           described.value("nestedOmitted", json()).dump();
+    const std::string text = toMessage(thrown).toJson(false, "");
+    int described = 0;
+    for (auto at = text.find("\"nested\""); at != std::string::npos; ++described) {
+        at = text.find("\"nested\"", at + 1);
+    }
+    return std::to_string(described) + (text.find("nestedOmitted") == std::string::npos ? "" : "+");
 }
 
 }  // namespace
 
 TEST(ToMessage, ExceptionsHaveTheirDynamicTypeAndTheirCauses) {
-    const shop::Refusal refusal("no");
     const auto thrown = [](auto value) { return std::make_exception_ptr(value); };
     expectRows({
-        ROW(toMessage(static_cast<const std::exception&>(refusal)),
+        ROW(toMessage(static_cast<const std::exception&>(shop::Refusal("no"))),
             R"({"type":"shop::Refusal","text":"no"})"),
         ROW(toMessage(std::exception_ptr()), "null"),
         ROW(toMessage(nest(thrown(std::out_of_range("in")), shop::Refusal("out"))),
@@ -316,11 +261,10 @@ TEST(ToMessage, ExceptionsHaveTheirDynamicTypeAndTheirCauses) {
         ROW(toMessage(nestNothing()), R"({"type":"shop::Refusal","text":"alone"})"),
         ROW(toMessage(nest(thrown("in"), shop::Alarm())),
             R"({"type":"shop::Alarm","text":null,"nested":{"type":"char const*","text":"in"}})"),
-        ROW(toMessage(thrown(5)), R"({"type":"int","text":null})"),
         ROW(toMessage(std::system_error(2, std::generic_category(), "open")),
             R"({"type":"std::system_error","text":"open: No such file or directory",
                 "code":{"category":"generic","text":"No such file or directory","value":2}})"),
     });
-    EXPECT_EQ(summary(nestTimes(16)), "16 0 null");
-    EXPECT_EQ(summary(nestTimes(17)), "16 1 true");
+    EXPECT_EQ(nested(16), "16");
+    EXPECT_EQ(nested(17), "16+");
 }

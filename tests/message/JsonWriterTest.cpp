@@ -35,21 +35,6 @@ TEST(JsonWriter, CompactAndPrettyFormsAndIndentsComeOutByteForByte) {
     }
 }
 
-TEST(JsonWriter, NumbersHaveTheTextOfAStream) {
-    const std::pair<Message, const char*> numbers[] = {
-        {-0.0, "-0"},
-        {1.0, "1"},
-        {3.14159265, "3.14159"},
-        {123456.7, "123457"},
-        {1e6, "1e+06"},
-        {1234567.0, "1.23457e+06"},
-        {0.0001, "0.0001"},
-        {0.00001, "1e-05"},
-        {1234567, "1234567"},
-        {std::int64_t{INT64_MIN}, "-9223372036854775808"}};
-    for (const auto& [number, text] : numbers) EXPECT_EQ(number.toJson(false, ""), text);
-}
-
 TEST(JsonWriter, RandomNumbersHaveTheTextOfAStream) {
     std::mt19937_64 random(20261122);
     const auto digits = [&] { return static_cast<double>(random() >> (11 + random() % 53)); };
@@ -91,13 +76,11 @@ TEST(JsonWriter, DoublesAloneFollowTheGlobalLocale) {
     EXPECT_EQ(longText, "[" + std::string(3000, '9') + ",2]");
 }
 
-TEST(JsonWriter, TextIsEscapedAndReadsBack) {
-    EXPECT_EQ(Message(L"a\"\\\n\x0001\x00E9/\x007F\x0008\t\f\r\x000B\x001F").toJson(false, ""),
-              "\"a\\\"\\\\\\n\\u0001\xC3\xA9/\x7F\\b\\t\\f\\r\\u000b\\u001f\"");
+TEST(JsonWriter, EveryCodeUnitIsEscapedAsAnotherWriterDoesIt) {
     std::wstring units;
     for (int unit = 0; unit < 0xD800; ++unit) units += static_cast<wchar_t>(unit);
-    const std::string text = Message({{units, 1}}).toJson(false, "");
-    EXPECT_EQ(nlohmann::json::parse(text).at(Message::wstrToStr(units)), 1);
+    const Message message({{units, 1}});
+    EXPECT_EQ(message.toJson(false, ""), nlohmann::json({{Message::wstrToStr(units), 1}}).dump());
     EXPECT_THROW((void)Message({{L"\xD83D\x0041", 1}}).toJson(false, ""), std::range_error);
 }
 

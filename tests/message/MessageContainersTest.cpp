@@ -1,8 +1,6 @@
 #include "support/OperatorNew.h"
 #include "support/Test.h"
 
-#include <nlohmann/json.hpp>
-
 TEST(MessageContainers, IndexingANullByKeyMakesAMap) {
     Message message;
     message["b"] = 1;
@@ -60,44 +58,21 @@ TEST(MessageContainers, PushBackCopiesAlsoFromItself) {
     EXPECT_EQ(list.toJson(false, ""), R"([1,"t","t","t",["t","t","t","t"]])");
 }
 
-/// What every const operation says of a value.
-static Entries everyAnswer(const Message& value) {
-    Entries answers;
-    const auto ask = [&answers](const auto& question) {
-        std::ostringstream answer;
-        try {
-            answer << question();
-        } catch (const std::exception& error) {
-            answer << error.what();
-        }
-        answers.push_back(answer.str());
-    };
+/// What a value shows, and what it refuses.
+static std::string everyAnswer(const Message& value) {
+    std::ostringstream answers;
     for (const auto is :
          {&Message::isNull, &Message::isString, &Message::isBoolean, &Message::isDouble,
           &Message::isInteger, &Message::isVector, &Message::isMap}) {
-        ask([&] { return (value.*is)(); });
+        answers << (value.*is)();
     }
-    ask([&] { return value.getBoolean(); });
-    ask([&] { return value.getDouble(); });
-    ask([&] { return value.getInteger(); });
-    ask([&] { return value.getString(); });
-    ask([&] { return value.getWstring().size(); });
-    ask([&] { return value.getMap().size(); });
-    ask([&] { return value.getVector().size(); });
-    ask([&] { return value[0].toJson(false, ""); });
-    ask([&] { return value.at("k").toJson(false, ""); });
-    ask([&] { return value.at(std::wstring(L"absent")).toJson(false, ""); });
-    ask([&] { return value.at("\xFF").toJson(false, ""); });
-    ask([&] { return value.hasKey(L"k"); });
-    ask([&] { return value.size(); });
-    ask([&] { return value.toJson(true, "-"); });
-    ask([&] { return Message(value).toJson(false, ""); });
-    ask([&] {
-        std::wstring keys;
-        value.forEach([&keys](std::wstring_view key, const Message&) { keys += key; });
-        return Message::wstrToStr(keys);
-    });
-    return answers;
+    answers << value.size();
+    try {
+        answers << value.toJson(true, "-") << value.at("k").toJson(false, "");
+    } catch (const std::exception& error) {
+        answers << error.what();
+    }
+    return answers.str();
 }
 
 static std::wstring visitedKeys;
@@ -166,54 +141,6 @@ TEST(MessageContainers, ALiteralIsTheKeyThatItSpells) {
               "[{\"\\\"\":null},{\"a\\\\\":null},{\"\\u001f\":null},{\"\xC3\xA9\":null}]");
 }
 
-TEST(MessageContainers, ChangesShowInEveryReading) {
-    Message message({{"a", 1}, {"child", {{"k", 1}}}});
-    message.at("a") = 2;
-    message.at(L"child").at("k") = 3;
-    EXPECT_EQ(message.getMap().at(L"a").getInteger(), 2);
-    EXPECT_EQ(message.toJson(false, ""), R"({"a":2,"child":{"k":3}})");
-    Message read = message;
-    EXPECT_EQ(read.getMap().at(L"child").getMap().size(), 1U);
-    read["child"] = read.at("a");
-    EXPECT_EQ(Message(read).toJson(false, ""), R"({"a":2,"child":2})");
-    Message outer({{"number", 7}, {"text", "short"}});
-    const Message text(std::map<std::wstring, Message>{{L"t", outer}});
-    Message inner = text.at("t");
-    outer = outer["number"];
-    inner = inner["text"];
-    EXPECT_EQ(outer.toJson(false, "") + inner.toJson(false, ""), "7\"short\"");
-}
-
-TEST(MessageContainers, KeysOfEveryKindStandInTheirOrder) {
-    // Alone and combined they have all lengths around that of the longest short key.
-    const std::string parts[] = {"",     "a",        "B",    "ab",       "fourteen chars",
-                                 "\x1F", "\xC3\xA9", "\x7F", "12345678", "\""};
-    constexpr auto COUNT = std::size(parts);
-    std::mt19937 random(20261123);
-    for (int i = 0; i < 2000; ++i) {
-        std::map<std::string, Message> entries;
-        nlohmann::json expected = nlohmann::json::object();
-        for (auto count = random() % 40; count > 0; --count) {
-            const std::string key =
-                parts[random() % 5] + parts[random() % 3] + parts[random() % COUNT];
-            expected[key] = count;
-            entries[key] = count;
-        }
-        const Message message(entries);
-        Message copy = message;
-        for (const auto& [key, value] : entries) {
-            ASSERT_TRUE(copy.hasKey(key) && copy.hasKey(Message::strToWstr(key))) << key;
-            ASSERT_FALSE(copy.hasKey(key + "!")) << key;
-        }
-        ASSERT_EQ(copy.size(), entries.size());
-        ASSERT_EQ(message.toJson(false, ""), expected.dump());
-        copy["new"];
-        expected["new"] = nullptr;
-        ASSERT_EQ(Message(copy).toJson(true, ""), Message(copy.getMap()).toJson(true, ""));
-        ASSERT_EQ(copy.toJson(false, ""), expected.dump());
-    }
-}
-
 #ifndef _WIN32
 TEST(MessageContainers, ReadingAMapOfShortKeysAllocatesNothing) {
     const Message message({{"status", 200}, {"fifteen letters", 1}});
@@ -245,25 +172,5 @@ TEST(MessageContainers, ManyThreadsReadOneMap) {
             }
         }
         for (const auto* map : maps) ASSERT_EQ(map, maps[0]);
-    }
-}
-
-TEST(MessageContainers, ManyThreadsMakeMaps) {
-    std::vector<JoiningThread> threads;
-    for (int i = 0; i < 24; ++i) {
-        threads.emplace_back([i] {
-            std::vector<Message> kept;
-            for (int k = 0; k < 300; ++k) {
-                Message message;
-                message["inner"]["k"] = k;
-                message["i"] = i;
-                kept.push_back(message);
-                const std::string expected =
-                    R"({"i":)" + std::to_string(i) + R"(,"inner":{"k":)" + std::to_string(k) + "}}";
-                ASSERT_EQ(kept.back().toJson(false, ""), expected);
-                if (k % 7 == 0) kept.back() = std::move(message);
-                ASSERT_EQ(kept.back().toJson(false, ""), expected);
-            }
-        });
     }
 }

@@ -45,7 +45,7 @@ TEST(Message, EveryArgumentSelectsItsType) {
         {std::string("a\0b", 3), "\"a\""},
         {Map(), "{}"},
         {std::uint64_t{9223372036854775807U}, "9223372036854775807"},
-        {L"wide", "\"wide\""},
+        {std::int64_t{INT64_MIN}, "-9223372036854775808"},
         {std::wstring(L"a\0b", 3), "\"a\\u0000b\""},
         {{{"k", 1}, {"k", 2}}, R"({"k":2})"},
         {std::map<std::string, Message>{{"k", 1}}, R"({"k":1})"},

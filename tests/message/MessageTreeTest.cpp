@@ -17,20 +17,10 @@ static void runOnSmallStack(std::function<void()> work) {
 }
 
 TEST(MessageTree, AMillionLevelsNeedNoStack) {
-    constexpr int PAIRS = 500000;  // Of a map and a vector.
+    constexpr int PAIRS = 500000;
     const TemporaryDirectory directory;
-    std::string expected = "{\"message\":\"Deep\",\"tree\":";
-    for (int i = 0; i < PAIRS; ++i) expected += "{\"k\":[";
-    expected += '7';
-    for (int i = 0; i < PAIRS; ++i) expected += "]}";
     runOnSmallStack([&] {
-        Message tree(7);
-        for (int i = 0; i < PAIRS; ++i) {
-            Message list(std::vector<Message>(1));
-            list[0] = std::move(tree);
-            tree = Message();
-            tree["k"] = std::move(list);
-        }
+        const Message tree = deepTree(PAIRS, 7);
         Message copy;
         copy = tree;
         ASSERT_EQ(copy.toJson(false, ""), tree.toJson(false, ""));
@@ -38,5 +28,6 @@ TEST(MessageTree, AMillionLevelsNeedNoStack) {
         handler.installSink(FileSink::create(directory.path / "log", true, false, UINT64_MAX));
         ASSERT_TRUE(handler.log("Deep", {{"tree", copy}}));
     });
-    EXPECT_TRUE(readFile(directory.path / "log") == expected + "}\n");
+    EXPECT_TRUE(readFile(directory.path / "log") ==
+                R"({"message":"Deep","tree":)" + deepText(PAIRS, "7") + "}\n");
 }

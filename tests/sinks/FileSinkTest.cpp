@@ -2,10 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#ifndef _WIN32
-#include "support/FileSizeLimit.h"
-#endif
-
 struct FileSinkTest : testing::Test {
     /// What the file holds after one entry.
     std::string written(const Message& message, bool pretty, std::uint64_t sizeLimit) {
@@ -74,20 +70,3 @@ TEST_F(FileSinkTest, AppendsWhereTheFileEndsAfterSomebodyElseHasCutIt) {
         EXPECT_EQ(sink.getSize(), std::filesystem::file_size(file));
     }
 }
-
-#ifndef _WIN32
-TEST_F(FileSinkTest, NothingIsWrittenAfterAFailedWrite) {
-    {
-        FileSink sink(file, true, false, UINT64_MAX);
-        sink.appendString("whole");
-        {
-            const FileSizeLimit full(9);
-            sink.appendString("torn line");
-        }
-        EXPECT_EQ(sink.getSize(), UINT64_MAX);
-        sink.appendString("later");
-        sink.flush();
-    }
-    EXPECT_EQ(readFile(file), "whole\ntor");
-}
-#endif

@@ -86,6 +86,24 @@ struct TemporaryDirectory {
                                        ("korvel-" + std::to_string(std::random_device{}()));
 };
 
+/// Maps and vectors in each other, twice as many levels as `pairs`, and the text of them.
+inline Message deepTree(int pairs, Message innermost) {
+    for (int i = 0; i < pairs; ++i) {
+        Message list(std::vector<Message>(1));
+        list[0] = std::move(innermost);
+        innermost = Message();
+        innermost["k"] = std::move(list);
+    }
+    return innermost;
+}
+inline std::string deepText(int pairs, const std::string& innermost) {
+    std::string text;
+    for (int i = 0; i < pairs; ++i) text += "{\"k\":[";
+    text += innermost;
+    for (int i = 0; i < pairs; ++i) text += "]}";
+    return text;
+}
+
 #ifdef _WIN32
 constexpr char LINE_END[] = "\r\n";
 #else
