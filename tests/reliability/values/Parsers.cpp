@@ -1,15 +1,15 @@
-// parsers FOLDER ENTRIES SINK bare|repaired: logs random entries to a file sink, reads them back, and
-// prints for each one written what a reader finds: nothing where it is not JSON by contract.
+// parsers FOLDER ENTRIES SINK bare|repaired: logs random entries to a file sink, reads them back,
+// and prints for each one written what a reader finds: nothing where it is not JSON by contract.
 
 #include "support/Trees.h"
 
 #include <Korvel/Extras.h>
 
+#include <simdjson.h>
 #include <fstream>
 #include <iostream>
 #include <queue>
 #include <set>
-#include <simdjson.h>
 
 using namespace Korvel;
 using Json = nlohmann::json;

@@ -31,5 +31,5 @@ for case in itertools.product(("compact", "pretty", "staged", "reopening"), ("ba
     # jq has doubles only.
     assert [*read(found, float)] == [*read(filter(None, wanted), float)], f"jq: {case}"
     refused = int(sys.argv[2]) - len(wanted)
-    totals.update({"read": len(found), "not JSON": len(wanted) - len(found), "refused": refused})
+    totals.update({"read": len(found), "inf, NaN or not UTF-8": len(wanted) - len(found), "refused by append": refused})
 print("parsers: " + ", ".join(f"{count} {name}" for name, count in totals.items()))

@@ -4,9 +4,9 @@
 
 #include <Korvel/Extras.h>
 
-#include <sstream>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <sstream>
 
 using namespace Korvel::Extras;
 
