@@ -73,7 +73,7 @@ public:
     /// Everything else is a compile-time error: a character, a pointer that is not text, a null
     /// pointer, a view, a container of other values, a lambda.
     template <class T, std::enable_if_t<Detail::isForeign<T>, int> = 0>
-    Message(const T&) = delete;  // No Message holds a value of this type: convert it first.
+    Message(const T&) = delete;  // No Message holds a value of this type: use Extras::toMessage.
 
     /// A String with the text up to its first NUL. A null pointer throws `std::logic_error`.
     Message(const char* text);

@@ -180,17 +180,20 @@ LoggingBuilder& LoggingBuilder::console(const LineConsoleSinkOptions& options,
 LoggingBuilder& LoggingBuilder::file(const std::filesystem::path& path,
                                      ReopeningFileSinkOptions options, Predicate predicate) {
     const std::u8string name = path.filename().u8string();
-    const auto dropped = std::make_shared<std::atomic<std::uint64_t>>(0);
-    const auto file = std::make_shared<CountedFile>(
-        std::make_shared<ReopeningFileSink>(path, std::move(options)), dropped);
-    add({std::string(name.begin(), name.end()), file, [dropped] { return dropped->load(); }},
-        std::move(predicate));
-    return *this;
+    return sink(std::string(name.begin(), name.end()),
+                std::make_shared<ReopeningFileSink>(path, std::move(options)),
+                std::move(predicate));
 }
 
 LoggingBuilder& LoggingBuilder::sink(std::string name, std::shared_ptr<Sink> sink,
                                      Predicate predicate) {
-    add({std::move(name), std::move(sink), {}}, std::move(predicate));
+    Count count;
+    if (auto file = std::dynamic_pointer_cast<ReopeningFileSink>(sink)) {
+        const auto dropped = std::make_shared<std::atomic<std::uint64_t>>(0);
+        sink = std::make_shared<CountedFile>(std::move(file), dropped);
+        count = [dropped] { return dropped->load(); };
+    }
+    add({std::move(name), std::move(sink), std::move(count)}, std::move(predicate));
     return *this;
 }
 

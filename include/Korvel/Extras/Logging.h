@@ -158,16 +158,16 @@ public:
     KORVEL_EXTRAS_API LoggingBuilder& console(const LineConsoleSinkOptions& options = {},
                                               Predicate predicate = {});
 
-    /// Adds a file of JSON lines, which is opened at once. Its name is that of the file, and its
-    /// dropped entries count as failures. Throws `std::filesystem::filesystem_error` if it cannot
-    /// be opened; a program that should run all the same catches that and adds a console. If others
-    /// rotate the file, set `checksPath`; a program that calls reopen creates the ReopeningFileSink
-    /// itself and adds it with sink.
+    /// Adds a file of JSON lines, which is opened at once. Its name is that of the file. Throws
+    /// `std::filesystem::filesystem_error` if it cannot be opened; a program that should run all
+    /// the same catches that and adds a console. If others rotate the file, set `checksPath`; a
+    /// program that calls reopen creates the ReopeningFileSink itself and adds it with sink.
     KORVEL_EXTRAS_API LoggingBuilder& file(const std::filesystem::path& path,
                                            ReopeningFileSinkOptions options = {},
                                            Predicate predicate = {});
 
-    /// Adds any sink. The name appears in reports of failures and in the snapshot.
+    /// Adds any sink. The name appears in reports of failures and in the snapshot. Entries that a
+    /// ReopeningFileSink drops count as failures.
     KORVEL_EXTRAS_API LoggingBuilder& sink(std::string name, std::shared_ptr<Sink> sink,
                                            Predicate predicate = {});
 

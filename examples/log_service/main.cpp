@@ -1,4 +1,4 @@
-// service [FILE]: a service that is easy to operate. It logs to FILE, or to standard output for
+// log_service [FILE]: a service that is easy to operate. It logs to FILE, or to standard output for
 // containers and systemd. SIGHUP makes it reopen FILE, SIGTERM and SIGINT end it, and a pipe that
 // closes does not. Once a second it logs what has become of the entries.
 
@@ -60,6 +60,6 @@ int main(int count, char** arguments) try {
         log.info("LogState", toMessage(logging.snapshot()));
     }
 } catch (const std::exception& error) {
-    std::cerr << "service: " << error.what() << '\n';
+    std::cerr << "log_service: " << error.what() << '\n';
     return 1;
 }
