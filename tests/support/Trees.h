@@ -32,7 +32,7 @@ struct Trees {
         std::pair<std::wstring, std::string> made;
         for (auto left = next(4); left > 0; --left) {
             const auto piece = isHostile && next(40) == 0 ? 5 + next(3) : next(5);
-            isNotUtf8 |= piece == 5;
+            isNotJson |= piece == 5;
             isRefused |= piece > 5;
             // The point keeps two lone surrogates from making a pair.
             made.first += pieces[piece].first + (piece < 5 ? L"" : L".");
@@ -47,7 +47,7 @@ struct Trees {
         const double real = isHostile ? std::bit_cast<double>(next(UINT64_MAX) | special)
                                       : static_cast<double>(next(2000)) - 999.5;
         if (!std::isfinite(real)) {
-            isNotFinite = true;
+            isNotJson = true;
             return {real, nullptr};
         }
         char text[32];
@@ -90,7 +90,6 @@ struct Trees {
         [random = std::mt19937_64(20261123)](auto below) mutable { return random() % below; };
     /// Whether to make what is not JSON by contract, and what has been made of it.
     bool isHostile = false;
-    bool isNotUtf8 = false;
-    bool isNotFinite = false;
+    bool isNotJson = false;
     bool isRefused = false;
 };

@@ -2,14 +2,12 @@
 // entry, RUN-THREAD-NUMBER, once all sinks have it. The log file is rotated at BYTES.
 
 #include "support/OperatorNew.h"
+#include "support/SystemCalls.h"
 
 #include <Korvel/Extras.h>
 #include <Korvel/Korvel.h>
 
-#include <dlfcn.h>
 #include <execinfo.h>
-#include <fcntl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -21,28 +19,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What happens to the calls with one of the letters, counted from `first` up to `last`: an error
-/// number, or one of these.
-enum Action { NONE = 0, SHORT = -1, KILL = -2 };
-std::string letters;
-int first = 0;
-int last = 0;
-int action = NONE;
-std::atomic<int> calls = 0;
-
 void arm() {
-    std::cin >> letters >> first >> last >> action;
-    calls = 0;
-    allocationsLeft = letters == "n" ? first + 1 : 0;
-}
-
-int nextAction(char letter) {
-    if (letters.find(letter) == std::string::npos) return NONE;
-    const int call = calls++;
-    if (call < first || call >= last) return NONE;
-    if (action == KILL && letter != 'w') (void)std::raise(SIGKILL);
-    errno = action;
-    return action;
+    std::cin >> fault.letters >> fault.first >> fault.last >> fault.action;
+    fault.calls = 0;
+    allocationsLeft = fault.letters == "n" ? fault.first + 1 : 0;
 }
 
 /// Keeps what it accepts as a further link. The answers are t(rue), s(low and true), f(alse),
@@ -123,37 +103,6 @@ void carryOutCommands(char** arguments) try {
 
 }  // namespace
 
-// The libraries call these instead of the system's.
-// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
-extern "C" {
-int open(const char* path, int flags, ...) {
-    return nextAction('o') > NONE ? -1 : static_cast<int>(syscall(SYS_open, path, flags, 0640));
-}
-ssize_t write(int file, const void* bytes, std::size_t size) {
-    const int now = nextAction('w');
-    if (now > NONE) return -1;
-    const ssize_t written = syscall(SYS_write, file, bytes, now == NONE ? size : (size + 1) / 2);
-    if (now == KILL) (void)std::raise(SIGKILL);
-    return written;
-}
-int close(int file) {
-    const int now = nextAction('c');
-    return syscall(SYS_close, file) == 0 && now <= NONE ? 0 : -1;
-}
-int rename(const char* from, const char* to) noexcept {
-    return nextAction('m') > NONE ? -1 : renameat(AT_FDCWD, from, AT_FDCWD, to);
-}
-int remove(const char* path) noexcept {
-    return nextAction('r') > NONE ? -1 : unlink(path);
-}
-int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*run)(void*), void* with) {
-    static void* const next = dlsym(RTLD_NEXT, "pthread_create");
-    if (nextAction('t') > NONE) return EAGAIN;
-    return reinterpret_cast<decltype(&pthread_create)>(next)(thread, how, run, with);
-}
-}
-// NOLINTEND(readability-inconsistent-declaration-parameter-name)
-
 /// Returns 1 if the fault is still to come, and 2 if memory is left.
 int main(int, char** arguments) {
     (void)Extras::LoggingBuilder().start();  // Makes what the process keeps.
@@ -161,5 +110,5 @@ int main(int, char** arguments) {
     const int before = liveBlocks;
     carryOutCommands(arguments);
     if (liveBlocks != before) return 2;
-    return letters == "n" ? allocationsLeft > 0 : calls <= first;
+    return fault.letters == "n" ? allocationsLeft > 0 : fault.calls <= fault.first;
 }

@@ -84,7 +84,6 @@ def play(disk, scripts):
         torn = audit(sink, files, [] if is_over else [id for _, ids in lives for id in ids])
         assert torn <= failures, f"{sink}: {torn} torn lines by {failures} failures"
         totals.update(torn=torn)
-    totals.update(orphans=len([*disk.glob("staging/*.tmp")]))
     return lives[0][0]
 
 

@@ -128,11 +128,7 @@ TEST(Load, BurstLeavesOnlyFreeMemory) {
     const auto handler = std::make_shared<SinkHandler>();
     handler->installSink(std::make_shared<LambdaSink>(
         [&gate](const Message&) { const std::lock_guard<std::mutex> lock(gate); }));
-    const auto report = [](const char* moment) {
-        std::cout << moment << residentMiB() << " MiB";
-        return residentMiB();
-    };
-    const auto block = [&](Logger& logger, const char* moment) {
+    const auto block = [&](Logger& logger) {
         const std::lock_guard<std::mutex> blocked(gate);
         std::vector<JoiningThread> threads;
         for (int i = 0; i < 4; ++i) {
@@ -141,24 +137,27 @@ TEST(Load, BurstLeavesOnlyFreeMemory) {
             });
         }
         threads.clear();
-        return report(moment);
+        return residentMiB();
     };
-    const double before = report("Before a burst ");
-    const double first = block(*handler, ", before a blocked sink ");
+    const double before = residentMiB();
+    const double first = block(*handler);
     handler->flush();
-    report(", delivered ");
+    const double delivered = residentMiB();
     const auto used = static_cast<double>(mallinfo2().uordblks) / 0x100000;
-    std::cout << " with " << used << " in use";
-    // malloc gives new threads other heaps, and keeps up to 64 MiB of each.
-    EXPECT_LT(block(*handler, ", in a second burst "), first * 1.5);
+    const double second = block(*handler);
     handler->flush();
     malloc_trim(0);
-    const double trimmed = report(", after malloc_trim ");
-    EXPECT_LT(trimmed, before + 5 * 64);
+    const double trimmed = residentMiB();
     BoundedLogger bounded(std::make_shared<Monitor>(handler));
-    EXPECT_LT(block(bounded, ", third burst by a BoundedLogger "), trimmed + 64);
+    const double third = block(bounded);
+    std::cout << before << " MiB, in a burst " << first << ", delivered " << delivered << " with "
+              << used << " in use, in a second burst " << second << ", after malloc_trim "
+              << trimmed << ", in a third one by a BoundedLogger " << third << '\n';
     EXPECT_LT(used, 16);
-    std::cout << '\n';
+    // malloc gives new threads other heaps, and keeps up to 64 MiB of each.
+    EXPECT_LT(second, first * 1.5);
+    EXPECT_LT(trimmed, before + 5 * 64);
+    EXPECT_LT(third, trimmed + 64);
 }
 
 int main(int count, char** arguments) {

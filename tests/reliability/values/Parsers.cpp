@@ -1,5 +1,5 @@
 // parsers FOLDER ENTRIES SINK bare|repaired: logs random entries to a file sink, reads them back,
-// and prints for each one written what a reader finds: nothing where it is not JSON by contract.
+// and prints the text of each and what a reader must find: nothing if it is not JSON by contract.
 
 #include "support/Trees.h"
 
@@ -35,12 +35,11 @@ int main(int, char** arguments) {
     std::queue<std::string> wanted;
     for (int i = 0; i < std::stoi(arguments[2]); ++i) {
         trees.isHostile = i % 2 == 0;
-        trees.isNotUtf8 = trees.isNotFinite = trees.isRefused = false;
+        trees.isNotJson = trees.isRefused = false;
         const auto [message, json] = trees.container(true);
         try {
             sink->append(message);
-            const bool isJson = !isBare || !(trees.isNotUtf8 || trees.isNotFinite);
-            std::cout << wanted.emplace(isJson ? json.dump() : "") << '\n';
+            wanted.push(isBare && trees.isNotJson ? "" : json.dump());
         } catch (const std::range_error&) {
             if (!isBare || !trees.isRefused) throw;
         }
@@ -52,6 +51,7 @@ int main(int, char** arguments) {
             text += line + '\n';
             if (line == "{" || line[0] == ' ') continue;
             if (wanted.empty() || !isRead(text, wanted.front())) return 1;
+            std::cout << text << '\0' << wanted.front() << '\0';
             wanted.pop();
             text.clear();
         }
