@@ -86,8 +86,9 @@ TEST(BoundedLogger, AcceptedAndNotedEntriesAreWhatFourThreadsOffered) {
         EXPECT_EQ(now.refused, 20000 - accepted);
         EXPECT_LE(now.highestWaiting, 100U);
         const std::string number = std::to_string(now.refused);
-        EXPECT_EQ(fixture.delivered().back(),
-                  wait > 0ms ? "x" : number + " {\"none\":" + number + "}");
+        std::string last = number;
+        last.append(" {\"none\":").append(number).append("}");
+        EXPECT_EQ(fixture.delivered().back(), wait > 0ms ? "x" : last);
     }
 }
 

@@ -29,7 +29,7 @@ TEST(LineConsoleSink, ShowsEveryMessageAsOneLine) {
     constexpr double INFINITE = std::numeric_limits<double>::infinity();
     const std::vector<Message> list = {1, 2.5, {}, true, "a\tb", std::vector<Message>()};
     std::string deepText = R"(\"...\")";
-    for (int i = 0; i < 32; ++i) deepText = R"([{\"k\":)" + deepText + "}]";
+    for (int i = 0; i < 32; ++i) deepText.insert(0, R"([{\"k\":)").append("}]");
     const std::vector<std::pair<Message, std::string>> cases = {
         {{{"timestamp", "2026-11-18T21:16:42.123Z"},
           {"severity", "WARN"},

@@ -61,7 +61,7 @@ TEST(Monitor, CountsUnderLoadWhatIsDeliveredAndWhatDyingWorkersLose) {
     monitor.stopWatching();
     handler->stopProcessing();
     EXPECT_FALSE(monitor.log("refused", {}));
-    constexpr std::uint64_t ALL = 4 * ENTRIES;
+    constexpr auto ALL = std::uint64_t{4} * ENTRIES;
     EXPECT_EQ(countsOf(monitor), (Counts{ALL, 1, delivered, 0, ALL - delivered}));
     const std::uint64_t restarts = monitor.snapshot().restarts;
     EXPECT_TRUE(restarts >= 1 && restarts <= 8) << restarts;
