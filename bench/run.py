@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Runs the benchmarks: run.py [--quick | --instructions | --check]
 
 scripts/bench builds what this runs, and describes the options.

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # The targets of tests/reliability/values/fuzz, built by clang with KORVEL_SANITIZE=fuzzer-no-link,...
 # Each test runs one of them, first with its corpus. What it finds is left in the build directory.
 

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 set(KORVEL_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Korvel")
 
 # Installs a library. EXPORT names the file of its CMake targets; COMPONENT is that of the shared

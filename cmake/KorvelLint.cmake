@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # The target "lint": formatting by clang-format, then the checks of .clang-tidy on every source file
 # that this build compiles, but for generated ones.
 

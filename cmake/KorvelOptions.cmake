@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # How Korvel's own code is compiled. None of this reaches the targets that link the library.
 
 function(korvel_own_code target)

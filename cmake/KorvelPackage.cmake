@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # Debian packages by CPack: libkorvel0 and libkorvel-extras0 with the shared libraries, libkorvel-dev
 # with the rest, korvel-tools if the examples are built, and korvel-doc if KORVEL_SITE names the
 # directory that scripts/docs built.
@@ -69,7 +72,7 @@ a log service, and a log format for lnav.")
 endif()
 
 # What Debian wants in every package.
-file(COPY_FILE "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_BINARY_DIR}/copyright")
+file(COPY_FILE "${PROJECT_SOURCE_DIR}/LICENSES/MIT.txt" "${PROJECT_BINARY_DIR}/copyright")
 configure_file(cmake/debian-changelog.in "${PROJECT_BINARY_DIR}/changelog" @ONLY)
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND "${GZIP}" -9nc "${PROJECT_BINARY_DIR}/changelog"

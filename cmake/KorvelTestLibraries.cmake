@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # GoogleTest and nlohmann_json for the tests, from Debian's packages. Where these do not fit the
 # target, GoogleTest is built from the package's sources, and the JSON headers are taken alone.
 

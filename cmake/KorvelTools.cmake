@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # Installs the examples that are tools, as the component Tools: the programs, a man page made from
 # their --help, bash completion, and the log format for lnav.
 

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # Toolchain: 64-bit Windows with Debian's g++-mingw-w64-x86-64-posix; programs run under Wine.
 
 set(CMAKE_SYSTEM_NAME Windows)

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # What the toolchains for other processors share: Debian's cross compilers for Linux, whose programs
 # run under qemu-user. KORVEL_PROCESSOR is the processor as both name it.
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Checks what the pages show. The build compiles and runs the programs, so there are two commands:
 
 check_docs.py extract DIRECTORY PAGE...

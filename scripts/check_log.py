@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Checks a log file of disk_check: check_log.py FILE
 
 Reads every line with a strict JSON parser and compares the summary with what the lines say. Prints

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """doxygen_filter.py FILE: prints a page or a header as Doxygen needs it, so that the file itself stays
 plain Markdown or plain C++.
 

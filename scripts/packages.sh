@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 # To be sourced. require_packages PACKAGE... installs the Debian packages that are missing: as root,
 # or with sudo where that needs no password. Otherwise it prints the one command to run, and ends
 # the script.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // Compiled twice: with the package's defaults, and with its SSE2 code, which a macro enables. The
 // second build uses a different namespace to avoid clashes.
 

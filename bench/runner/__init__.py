@@ -1,0 +1,2 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT

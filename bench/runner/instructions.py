@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Instructions in user space, counted by callgrind, over all threads of the process."""
 
 import json

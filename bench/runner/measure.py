@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Takes the samples: lists of a figure a round, under names like "burst1/korvel-list/call_p50"."""
 
 import json

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """The rows of the table: what Korvel costs beside a peer, and what is aimed at.
 
 A ratio is the median of the ratios of rounds, each of which ran both sides one soon after the

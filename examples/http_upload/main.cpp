@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 /// Uploads the staging files left by a program with a LogglySink to any HTTP service that takes
 /// JSON lines. docs/shipping.md shows how.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // job_server [DIRECTORY]: runs 500 jobs on four threads. Each summarises the orders of a customer.
 // The console shows what needs attention; DIRECTORY/jobs.jsonl, rotated at 100 kB, has everything.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 /// Verifies logs and staging directories, and says what is wrong with them.
 
 #include "Check.h"

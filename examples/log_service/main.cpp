@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // log_service [FILE]: a service that is easy to operate. It logs to FILE, or to standard output for
 // containers and systemd. SIGHUP makes it reopen FILE, SIGTERM and SIGINT end it, and a pipe that
 // closes does not. Once a second it logs what has become of the entries.

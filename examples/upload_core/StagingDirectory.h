@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <Korvel/LogglySink.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
 #pragma once
 
 /// KORVEL_API marks exported symbols. KORVEL_STATIC, which the CMake target passes on

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 import os
 
 from conan import ConanFile
@@ -21,7 +24,7 @@ class KorvelRecipe(ConanFile):
 
     def export_sources(self):
         root = os.path.join(self.recipe_folder, ROOT)
-        for pattern in ("CMakeLists.txt", "LICENSE", "cmake/*", "include/*", "src/*",
+        for pattern in ("CMakeLists.txt", "LICENSES/*", "cmake/*", "include/*", "src/*",
                         "scripts/debug/*"):
             copy(self, pattern, root, self.export_sources_folder)
 
@@ -45,7 +48,8 @@ class KorvelRecipe(ConanFile):
 
     def package(self):
         CMake(self).install()
-        copy(self, "LICENSE", self.source_folder, os.path.join(self.package_folder, "licenses"))
+        copy(self, "MIT.txt", os.path.join(self.source_folder, "LICENSES"),
+             os.path.join(self.package_folder, "licenses"))
         for generated in (("lib", "cmake"), ("lib", "pkgconfig"), ("share", "gdb")):
             rmdir(self, os.path.join(self.package_folder, *generated))
 

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Shows a Korvel::Message in gdb as the value that it is, also from a core file.
 
 The installed library brings this along, and gdb loads it on its own. For a static library:

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // The list and map operations of Message.
 
 #include <Korvel/Message.h>

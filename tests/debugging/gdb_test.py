@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """gdb_test.py PROGRAM LIBRARY SCRIPT NATVIS: lets gdb show Messages of every type.
 
 It does so in the running program and in its core file, with the script where an installation puts it.

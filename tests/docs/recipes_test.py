@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Runs the shell recipes of a page: recipes_test.py PAGE PROGRAM...
 
 They are the sh blocks with the mark below. All of a page run in one directory, in order, with the

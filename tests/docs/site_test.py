@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """site_test.py SITE: reads the site that scripts/docs builds, with a headless browser.
 
 Every link and image of every page resolves, anchors included; a search for flush finds the member; a

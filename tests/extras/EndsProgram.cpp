@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // ends_program WAY END PATH: logs 50 entries and flushes, logs 300 more, and ends while a slow sink
 // holds most of them up.
 

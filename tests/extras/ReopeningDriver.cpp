@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // Logs until SIGTERM, in groups: ReopeningDriver PATH
 //
 // Prints the number of entries after each group that the handler has flushed.

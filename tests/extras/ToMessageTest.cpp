@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Test.h"
 
 #include <Korvel/Extras/ToMessage.h>

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """check_reopening.py DRIVER LOGROTATE PAGE: rotates the log of ReopeningDriver 20 times with the
 configuration that PAGE shows. Every entry is in one file, in order.
 """

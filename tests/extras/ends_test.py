@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Ends processes in every way: ends_test.py PAGE|- [SKIPPED-END...] -- PROGRAM...
 
 The files must have the entries that were flushed, whole and in order, and nothing but them and

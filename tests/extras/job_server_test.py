@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Runs job_server and compares its files and its console: job_server_test.py COMMAND..."""
 
 import json

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Runs korvel-check on logs that job_server wrote, whole and damaged:
 korvel_check_test.py KORVEL_CHECK JOB_SERVER
 """

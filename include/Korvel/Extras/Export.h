@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
 #pragma once
 
 /// KORVEL_EXTRAS_API marks the exported symbols of Korvel::Extras. KORVEL_STATIC means that both

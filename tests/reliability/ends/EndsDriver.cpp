@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // ends_driver DISK RUN BYTES: carries out the commands of check_ends.py. Prints the id of each
 // entry, RUN-THREAD-NUMBER, once all sinks have it. The log file is rotated at BYTES.
 

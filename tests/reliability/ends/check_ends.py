@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """check_ends.py CASE DRIVER NUMBER: lets ends_driver fail or die, and looks for its entries."""
 
 import collections

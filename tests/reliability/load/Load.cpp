@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Test.h"
 
 #include <Korvel/Extras.h>
@@ -92,6 +95,7 @@ TEST(Load, SoakLeavesTheProcessAsItWas) {
         return true;
     });
     const char* const names[] = {" MiB", " threads", " descriptors", " files"};
+    const double slack[] = {16, 1, 2, 10};  // A run of uploads can meet a sample, or not.
     double highest[2][4] = {};  // After the warm-up, and at the end.
     LoggingOptions options;
     options.ceiling = BoundedLoggerOptions{10'000, 0, std::chrono::minutes(1)};
@@ -117,7 +121,7 @@ TEST(Load, SoakLeavesTheProcessAsItWas) {
     EXPECT_EQ(filesIn(directory.path), 1);
     std::cout << sizes[0] << " entries uploaded";
     for (int i = 0; i < 4; ++i) {
-        EXPECT_LE(highest[1][i], highest[0][i] + 3) << names[i];
+        EXPECT_LE(highest[1][i], highest[0][i] + slack[i]) << names[i];
         std::cout << ", " << highest[0][i] << " -> " << highest[1][i] << names[i];
     }
     std::cout << '\n';

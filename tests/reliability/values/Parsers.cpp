@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // parsers FOLDER ENTRIES SINK bare|repaired: logs random entries to a file sink, reads them back,
 // and prints the text of each and what a reader must find: nothing if it is not JSON by contract.
 

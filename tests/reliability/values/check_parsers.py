@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """check_parsers.py PARSERS ENTRIES: Python and jq, too, read what every file sink writes."""
 
 import collections

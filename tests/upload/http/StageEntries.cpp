@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 /// StageEntries DIRECTORY [FILES [ENTRIES]]: stages entries from 4 threads, each with an "id" of
 /// its own, in at least so many files: 16384 of a little over 1 KiB, or ENTRIES of about 166 bytes,
 /// which begin with ten digits that hardly compress. The first one is longer than the default limit

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Ships entries to real servers as docs/shipping.md says, and measures what it says of ClickHouse:
 shipping_test.py HTTP_UPLOAD STAGE_ENTRIES PAGE ENTRIES SERVER
 """

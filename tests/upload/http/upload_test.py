@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Korvel authors
+# SPDX-License-Identifier: MIT
+
 """Runs loggly_upload, http_upload and disk_check against HTTP servers on this machine:
 upload_test.py STAGE_ENTRIES DISK_CHECK LOGGLY_UPLOAD [HTTP_UPLOAD]
 """

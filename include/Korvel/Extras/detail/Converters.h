@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <Korvel/Extras/Export.h>
@@ -76,12 +78,8 @@ Message listOf(const T&... values) {
 
 template <class T, class Action>
 void forEachElement(const T& range, const Action& action) {
-    if constexpr (std::is_const_v<Iterated<T>>) {
-        Iteration::forEach(range, action);
-    } else {
-        T copy(range);
-        Iteration::forEach(copy, action);
-    }
+    std::conditional_t<std::is_const_v<Iterated<T>>, const T&, T> elements(range);
+    Iteration::forEach(elements, action);
 }
 
 /// A null pointer is an empty key; a text that fills its array has no NUL.

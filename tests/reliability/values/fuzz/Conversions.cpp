@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // Conversions of any bytes and units: what they accept has one text and reads back.
 
 #include <Korvel/Korvel.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // Trees of any values through the sinks of Extras. Trees.h says what a reader must find.
 
 #include "support/Trees.h"

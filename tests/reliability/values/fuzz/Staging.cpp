@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Korvel authors
+// SPDX-License-Identifier: MIT
+
 // Names of staging files for any prefix in any directory: free, with the suffix, directly below it.
 
 #include <Korvel/LogglySink.h>
