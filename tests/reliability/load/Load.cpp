@@ -95,7 +95,8 @@ TEST(Load, SoakLeavesTheProcessAsItWas) {
         return true;
     });
     const char* const names[] = {" MiB", " threads", " descriptors", " files"};
-    const double slack[] = {16, 1, 2, 10};  // A run of uploads can meet a sample, or not.
+    // A run of uploads can meet a sample, or not.
+    const double slack[] = {16, 1, 2, 10};
     double highest[2][4] = {};  // After the warm-up, and at the end.
     LoggingOptions options;
     options.ceiling = BoundedLoggerOptions{10'000, 0, std::chrono::minutes(1)};
