@@ -53,18 +53,16 @@ TEST(MemorySink, ADumpHandsEachEntryOverOnceAndKeepsWhatFollowsAFailure) {
 }
 
 TEST(MemorySink, WaitForSeesEntriesOfOtherThreadsAndGivesUpAtItsLimit) {
-    constexpr std::size_t THREADS = 4;
-    constexpr std::size_t ENTRIES = 250;
     MemorySink memory(600);
     const auto isFull = [](const MemorySink::Entries& entries) { return entries.size() == 600; };
     EXPECT_FALSE(memory.waitFor(isFull, milliseconds(1)));
     std::vector<JoiningThread> threads;
-    for (std::size_t t = 0; t < THREADS; ++t) {
+    for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&memory] {
-            for (std::size_t i = 0; i < ENTRIES; ++i) memory.append({{"message", "X"}});
+            for (int i = 0; i < 250; ++i) memory.append({{"message", "X"}});
         });
     }
     EXPECT_TRUE(memory.waitFor(isFull, milliseconds::max()));
     threads.clear();
-    EXPECT_EQ(memory.entries().size() + memory.dropped(), THREADS * ENTRIES);
+    EXPECT_EQ(memory.entries().size() + memory.dropped(), 1000U);
 }

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/Test.h"
-#include "support/Trees.h"
 
 #include <Korvel/Extras/MemorySink.h>
 #include <Korvel/Extras/WellFormedSink.h>
@@ -10,7 +9,6 @@
 #include <limits>
 
 using namespace Korvel::Extras;
-using Json = nlohmann::json;
 
 static const double INFINITE = std::numeric_limits<double>::infinity();
 static const double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
@@ -19,36 +17,6 @@ static std::string repaired(const Message& message, WellFormedSinkOptions option
     const auto memory = std::make_shared<MemorySink>(1);
     WellFormedSink(memory, std::move(options)).append(message);
     return memory->take().at(0).toJson(false, "");
-}
-
-TEST(WellFormedSink, EveryLineOfRandomHostileTreesIsStrictJsonWithTheSameContent) {
-#ifdef KORVEL_QUICK_TESTS
-    constexpr int TREES = 3000;
-#else
-    constexpr int TREES = 100000;
-#endif
-    const TemporaryDirectory directory;
-    const auto file = FileSink::create(directory.path / "log", true, false, UINT64_MAX);
-    WellFormedSink sink(file);
-    Trees trees;
-    std::vector<Json> expected;
-    std::uint64_t hostile = 0;
-    for (int i = 0; i < TREES; ++i) {
-        trees.isHostile = i % 2 == 0;
-        trees.isNotJson = trees.isRefused = false;
-        const auto [message, json] = trees.container(true);
-        sink.append(message);
-        expected.push_back(json);
-        if (trees.isNotJson || trees.isRefused) ++hostile;
-    }
-    std::ifstream lines(directory.path / "log");
-    std::string line;
-    for (const Json& json : expected) {
-        ASSERT_TRUE(std::getline(lines, line));
-        ASSERT_EQ(Json::parse(line), json) << line;
-    }
-    EXPECT_FALSE(std::getline(lines, line)) << line;
-    EXPECT_EQ(sink.state().repairedEntries, hostile);
 }
 
 TEST(WellFormedSink, NumbersEqualKeysMarksTheEntryAndCutsItsDepth) {
