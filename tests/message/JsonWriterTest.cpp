@@ -109,7 +109,7 @@ TEST(JsonWriter, TextOfAnyLengthIsWhatAnotherWriterMakesOfIt) {
 
 TEST(JsonWriter, IndentationOfAnyLengthStandsBeforeEveryLine) {
     const std::string longest(15, '\x01');
-    const Message tree({{"fifteen letters", longest}, {L"fifteen letters\x01", List{longest}}});
+    const Message tree({{L"fifteen letters", longest}, {L"fifteen letters\x01", List{longest}}});
     for (const bool isPretty : {false, true}) {
         const std::string pattern = tree.toJson(isPretty, "|");
         for (std::size_t size = 0; size < 1100; ++size) {

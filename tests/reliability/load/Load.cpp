@@ -103,7 +103,7 @@ TEST(Load, SoakLeavesTheProcessAsItWas) {
     std::optional<Logging> logging(LoggingBuilder(options).sink("staging", sink).start());
     for (int i = 0; i < sizes[0]; ++i) {
         EXPECT_TRUE(logging->logger().info("OrderPlaced", order(i)));
-        if (i % 500 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(12));
+        if (i % 500 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(4));
         if (i % 5000 != 0) continue;
         sink->uploadTemporaryFiles();
         if (i < sizes[0] / 5) continue;
