@@ -38,8 +38,8 @@ TEST(Load, ExitDeliversWhatWasAcceptedBefore) {
         const auto path = directory.path / std::to_string(i);
         EXPECT_EXIT(logAndExit(path), testing::ExitedWithCode(0), "");
         const std::string lines = readFile(path);
-        EXPECT_NE(lines.find(R"("Exit")"), std::string::npos);
-        EXPECT_EQ(lines.back(), '\n');
+        // The system can tear the line of a later entry, where a page ends.
+        EXPECT_NE(lines.find('\n', lines.find(R"("Exit")")), std::string::npos);
     }
     std::cout << sizes[0] << " exits, all accepted entries in the file\n";
 }
