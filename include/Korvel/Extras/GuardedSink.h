@@ -67,9 +67,9 @@ struct GuardedSinkState {
 /// A Sink that forwards to another Sink and lets no exception out.
 ///
 /// A guarded sink that throws neither ends the worker of a SinkHandler nor keeps the entry from the
-/// sinks after it. Each failure is counted and reported. With a fallback, the failed entry
-/// goes there instead; flush always goes to both. A null target fails on every call, so the
-/// fallback also replaces a target that could not be created.
+/// sinks after it. Each failure is counted and reported. With a fallback, the failed entry goes
+/// there instead; flush always goes to both. A null target fails on every call, so the fallback
+/// also replaces a target that could not be created.
 ///
 /// The default reporter writes one line to standard error, at most one in each interval. Failures
 /// in between are only counted, and the next line contains their number: at the next failure, when

@@ -92,11 +92,11 @@ KORVEL_EXTRAS_API Message toMessage(const MonitorSnapshot& snapshot);
 /// A sink that throws ends the worker of the handler. The watcher, a thread of the monitor, notices
 /// that entries wait and none is delivered, and flushes the handler to find out: a flush that
 /// reaches no sink means that there is no worker. It then starts a new one, if the options ask for
-/// it. It does not start a handler that it has never seen with a worker: start the handler before
-/// you create the monitor. Nor does it if no entry waits, as in a handler that was stopped. After a
-/// restart, also one by the application, the watcher finds out how many entries were lost. It finds
-/// too few while others are delivered, so it tries again until it sees that no entry waits. Under a
-/// load that never lets the queue become empty, lost entries continue to count as waiting.
+/// it. It starts none if no entry waits, as in a handler that was stopped, or if it has never seen
+/// a worker, so start the handler before you create the monitor. After a restart, also one by the
+/// application, the watcher finds out how many entries were lost. It finds too few while others are
+/// delivered, so it tries again until it sees that no entry waits. Under a load that never lets the
+/// queue become empty, lost entries continue to count as waiting.
 ///
 /// Stopping: with `restart`, the monitor is the owner of the handler, who alone may call
 /// startProcessing and stopProcessing. Call stopWatching, or destroy the monitor, before you stop
