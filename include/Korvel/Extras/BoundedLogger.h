@@ -29,9 +29,9 @@ struct BoundedLoggerOptions {
 /// A Logger in front of a Monitor that refuses entries while too many of them wait, so that a slow
 /// or blocked sink cannot fill the memory.
 ///
-/// log returns false for a refused entry. The log itself also reports what was refused, in an entry
-/// of the type "EntriesRefused" and the severity warning, as soon as ordinary entries are admitted
-/// again, but at most once a second, and on flush and destruction:
+/// log returns false for a refused entry. The log also receives a report of refused entries, an
+/// entry of the type "EntriesRefused" and the severity warning, as soon as ordinary entries are
+/// admitted again, but at most once a second, and on flush and destruction:
 ///
 ///     {"bySeverity":{"error":2,"info":38,"none":1},"message":"EntriesRefused","number":41,
 ///      "severity":"warning","since":"2026-11-18T21:16:42.123Z",
@@ -46,13 +46,13 @@ struct BoundedLoggerOptions {
 /// destructor, can exceed the ceiling by one.
 ///
 /// With a wait, log returns when there is a place, after that time, or as soon as the Monitor has
-/// noticed that there is no worker. There is no order among waiting threads. A sink that logs on
-/// the thread of the worker never waits, once the Monitor knows the worker by a flush or 64
-/// deliveries. Do not log while holding a lock that a sink needs.
+/// noticed that there is no worker. Waiting threads get places in no particular order. A sink that
+/// logs on the worker thread never waits, once the Monitor has identified the worker by a flush or
+/// 64 deliveries. Do not log while holding a lock that a sink needs.
 ///
 /// When a sink ends the worker, its entries keep their places until the Monitor counts them as
-/// lost: once a worker runs again, and the load leaves it a pause. Without MonitorOptions::restart
-/// the ceiling can stay closed.
+/// lost: once a worker runs again and the load pauses. Without MonitorOptions::restart, log can
+/// keep refusing entries.
 ///
 /// Not promised: the ceiling is a number of entries, not of bytes. An entry that the handler itself
 /// refuses, because it is stopped, is refused here as well but not in the note.

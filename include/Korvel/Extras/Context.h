@@ -11,22 +11,22 @@
 
 namespace Korvel::Extras {
 
-/// A scope that adds keys to every entry that its thread logs while it lives, through a logger of
-/// createContextExtender:
+/// A scope that adds keys to every entry that its thread logs while it lives, through a logger made
+/// by createContextExtender:
 ///
 ///     const Context request({{"requestId", id}, {"user", name}});
 ///
 /// Scopes nest. If several have the same key, the inner scope wins, and a key of the entry itself
-/// wins over all scopes. This is the reverse of an Extender, which overwrites: a context states
-/// what holds in general, and an entry is more specific.
+/// wins over all scopes. This is the reverse of an Extender, which overwrites: a context holds in
+/// general, and an entry is more specific.
 ///
 /// A scope is a local variable: it can be neither copied nor moved nor created by `new`, and an
 /// exception that leaves the block ends it. It must end on the thread that began it, inner scopes
 /// first, which debug builds of the library assert. So it must not be a local variable of a
-/// coroutine that suspends meanwhile.
+/// coroutine that suspends while it lives.
 ///
-/// Other threads start without a context. What runs on one for this thread takes it along
-/// explicitly, and a thread of a pool is left without it again when the task ends:
+/// Other threads start without a context. Work that runs on one for this thread takes the keys
+/// along explicitly, and a thread of a pool has no context again when the task ends:
 ///
 ///     pool.run([keys = Context::capture()] { const Context context(keys); ... });
 ///
@@ -34,7 +34,7 @@ namespace Korvel::Extras {
 /// is thrown, and keep the result in the exception.
 ///
 /// Not promised: that a key survives. The type name replaces a key "message", and an Extender
-/// between the context and the SinkHandler replaces its own, both without a report.
+/// between the context and the SinkHandler replaces its own key, both without a report.
 ///
 /// Errors: the constructors throw WrongTypeException if the keys are neither a Map nor Null, and
 /// `std::bad_alloc`.
@@ -54,7 +54,7 @@ public:
     static void* operator new[](std::size_t) = delete;
 
     /// Returns a deep copy of all keys that entries of this thread receive at present, as a Map.
-    /// Null if there is none. A scope made of it on a thread with scopes of its own is the
+    /// Null if there is none. A scope made from it on a thread with scopes of its own is the
     /// innermost one there.
     static Message capture();
 
@@ -68,8 +68,8 @@ private:
 };
 
 /// A scope that hides the scopes around it from entries of its thread, as for a callback into code
-/// whose entries must not carry the keys of this request. A Context inside it applies. The rules of
-/// Context for its life hold here too.
+/// whose entries must not have the keys of this request. A Context inside it applies. The rules for
+/// the life of a Context hold here too.
 class KORVEL_EXTRAS_API ContextSuspension {
 public:
     [[nodiscard]] ContextSuspension() noexcept;
@@ -89,8 +89,8 @@ private:
 /// takes a few nanoseconds. With one, a payload that is neither a Map nor Null is first moved to
 /// the key "messageData".
 ///
-/// The keys of Extenders win at either end: the outer ones have set theirs before, the inner ones
-/// overwrite.
+/// The keys of Extenders win in either position: the outer ones have already set theirs, and the
+/// inner ones overwrite.
 KORVEL_EXTRAS_API std::shared_ptr<Logger> createContextExtender(std::shared_ptr<Logger> logger);
 
 }  // namespace Korvel::Extras

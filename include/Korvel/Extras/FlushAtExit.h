@@ -15,7 +15,7 @@ namespace Korvel::Extras {
 
 class ExitFlush;
 
-/// Which ends of the process a FlushAtExit waits for.
+/// At which ends of the process a FlushAtExit flushes.
 struct FlushAtExitOptions {
     /// An uncaught exception and `std::terminate`.
     bool atTerminate = true;
@@ -24,8 +24,8 @@ struct FlushAtExitOptions {
     /// SIGTERM and SIGINT; on Windows the console control events (Ctrl+C, Ctrl+Break, close, logoff
     /// and shutdown). Off, because signals belong to the application.
     bool atSignals = false;
-    /// How long the end of the process waits for the flush, which has no limit of its own. The
-    /// maximum of the type means to wait until it has ended.
+    /// How long the end of the process waits for the flush, which itself has no limit. The maximum
+    /// of the type means to wait until the flush has ended.
     std::chrono::milliseconds limit = std::chrono::seconds(2);
 };
 
@@ -60,7 +60,7 @@ struct FlushAtExitOptions {
 /// Not promised: nothing is flushed by `abort`, SIGKILL, `_exit`, `quick_exit`, TerminateProcess, a
 /// crash (SIGSEGV, SIGBUS, SIGFPE, SIGILL: the memory is in doubt) or a loss of power. A handler
 /// that the application installs later replaces this one unless it calls it. sigwait and signalfd
-/// take a signal away from all handlers: call flush before such a program ends. A process made by
+/// take a signal before any handler: call flush before such a program ends. A process made by
 /// fork has no worker, so there nothing is flushed and signals act as if this object did not exist.
 /// With the runtime of Visual C++, a terminate handler is only that of the thread that installs it.
 ///
@@ -72,7 +72,7 @@ struct FlushAtExitOptions {
 ///
 /// Ownership: shares the logger. The destructor releases it without a flush, because the destructor
 /// of a SinkHandler delivers all entries. It waits for a flush that has begun, up to the limit of
-/// that flush. If the flush is stuck for longer, its thread and the logger are left behind. Destroy
+/// that flush. If the flush is stuck for longer, its thread and the logger are abandoned. Destroy
 /// the object before a library that contains it is unloaded.
 class FlushAtExit {
 public:

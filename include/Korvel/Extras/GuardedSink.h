@@ -28,11 +28,11 @@ struct GuardedSinkFailure {
     const Message* entry = nullptr;
     /// What the call threw.
     std::exception_ptr exception;
-    /// What the exception says of itself; "unknown exception" if it is not a `std::exception`.
+    /// The exception's `what()`; "unknown exception" if it is not a `std::exception`.
     std::string text;
-    /// Failures of this operation of this sink since its last success, with this one.
+    /// Failures of this operation of this sink since its last success, including this one.
     std::uint64_t inARow = 0;
-    /// All failures of this sink, with this one.
+    /// All failures of this sink, including this one.
     std::uint64_t total = 0;
 };
 
@@ -41,11 +41,11 @@ struct GuardedSinkOptions {
     /// Called for each failure; what it throws is ignored. Empty: the default reporter writes to
     /// standard error.
     std::function<void(const GuardedSinkFailure&)> reporter;
-    /// Receives each entry that the target failed on; null: such entries are lost.
+    /// Receives each entry on which the target failed; null: such entries are lost.
     std::shared_ptr<Sink> fallback;
-    /// What the default reporter calls the target.
+    /// The name of the target in lines of the default reporter.
     std::string name = "sink";
-    /// The least time between two lines of the default reporter.
+    /// The shortest time between two lines of the default reporter.
     std::chrono::steady_clock::duration interval = std::chrono::seconds(1);
 };
 
@@ -53,12 +53,12 @@ struct GuardedSinkOptions {
 struct GuardedSinkState {
     /// Calls of the target that threw.
     std::uint64_t failures = 0;
-    /// Those since the last success. A flush that succeeds does not end a row of failed appends,
-    /// nor the reverse.
+    /// Those since the last success. A successful flush does not end a row of failed appends, nor
+    /// the reverse.
     std::uint64_t failuresInARow = 0;
     /// Calls of the fallback that threw.
     std::uint64_t fallbackFailures = 0;
-    /// Failures that were not reported: those inside a report, and those on which it threw.
+    /// Failures that were not reported: those inside a report, and those whose report threw.
     std::uint64_t unreported = 0;
     /// The first failure of the current row; nothing if the last calls succeeded.
     std::optional<std::chrono::system_clock::time_point> failingSince;
@@ -66,15 +66,15 @@ struct GuardedSinkState {
 
 /// A Sink that forwards to another Sink and lets no exception out.
 ///
-/// Behind a guard, a sink that throws neither ends the worker of a SinkHandler nor keeps the entry
-/// from the sinks after it. Each failure is counted and reported. With a fallback, the failed entry
-/// goes there instead; flush always goes to both. A null target fails on every call, so the
-/// fallback also replaces a target that could not be created.
+/// A guarded sink that throws neither ends the worker of a SinkHandler nor keeps the entry from the
+/// sinks after it. Each failure is counted and reported. With a fallback, the failed entry goes
+/// there instead; flush always goes to both. A null target fails on every call, so the fallback
+/// also replaces a target that could not be created.
 ///
 /// The default reporter writes one line to standard error, at most one in each interval. Failures
-/// in between are swallowed, and the next line says how many: at the next failure, when the target
-/// works again and the interval is over, or in the destructor, which does not wait for the
-/// interval. The line shows at most 300 bytes of the exception's text, and bytes outside of
+/// in between are only counted, and the next line contains their number: at the next failure, when
+/// the target works again and the interval is over, or in the destructor, which does not wait for
+/// the interval. The line shows at most 300 bytes of the exception's text, and bytes outside of
 /// printable ASCII as `?`.
 ///
 /// For writers of reporters: the reporter runs inside append or flush, so on the worker thread of a
@@ -82,8 +82,8 @@ struct GuardedSinkState {
 /// log. A failure on a thread that is running a reporter is counted but not reported, so a
 /// reporter may use a guarded sink, even this one.
 ///
-/// Not promised: a target that fails in silence, as FileSink does on a full disk, does not fail
-/// here. A target may have written part of an entry before it threw, and then fallback and target
+/// Not promised: a target that fails silently, as FileSink does on a full disk, does not count as
+/// failed. A target may have written part of an entry before it threw, and then fallback and target
 /// both have it.
 ///
 /// Errors: append and flush never throw.

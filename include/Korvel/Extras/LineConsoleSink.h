@@ -20,22 +20,22 @@ enum class LineTime {
     Full    ///< As in the entry, with the date: "2026-11-18T21:16:42.123Z".
 };
 
-/// Automatic decides once, when the sink is created, by the first of these that applies:
+/// Automatic decides once, when the sink is created, by the first of these rules that applies:
 /// 1. NO_COLOR is in the environment and not empty: no colours.
 /// 2. CLICOLOR_FORCE is neither absent nor empty nor "0": colours.
 /// 3. TERM is "dumb": no colours.
 /// 4. The destination is a terminal: colours. Windows must accept colour sequences for its console.
 ///
-/// Some terminals on Windows look like a pipe to a program. There CLICOLOR_FORCE or Always helps.
+/// Some terminals on Windows look like a pipe to a program. Use CLICOLOR_FORCE or Always there.
 enum class Colours { Automatic, Always, Never };
 
 /// The settings of a LineConsoleSink.
 struct LineConsoleSinkOptions {
-    /// Not used with a stream of the application.
+    /// Ignored if the sink writes to a stream of the application.
     StandardStream destination = StandardStream::Output;
     LineTime time = LineTime::Local;       ///< The form of the time.
     Colours colours = Colours::Automatic;  ///< Whether lines are coloured.
-    /// Sends colour sequences (ESC [ digits m) in the type and in String values unchanged, if the
+    /// Sends colour sequences (ESC [ numbers m) in the type and in String values unchanged, if the
     /// sink shows colours at all. Such sequences can hide text, so set this only if all text in the
     /// entries is your own.
     bool passColours = false;
@@ -47,17 +47,16 @@ struct LineConsoleSinkOptions {
 ///     22:16:42.123+01:00 warning  DiskCheck free=0.05 path=/var text="nearly full"
 ///
 /// The time is the key "timestamp" if it has the form of createIso8601String: UTC with any number
-/// of decimals up to nine. The sink adds no time to other entries: its own clock would show
-/// when an entry is delivered, not when it was logged. The severity is the key
-/// "severity" if severityOf knows it, padded to a column. The type is the key "message" if it is a
-/// String. What does not have this form is shown as `key=value`, and a message that is not a Map as
-/// a value.
+/// of decimals up to nine. The sink adds no time to other entries: its own clock would show when an
+/// entry is delivered, not when it was logged. The severity is the key "severity" if severityOf
+/// recognises it, padded to a column. The type is the key "message" if it is a String. A key that
+/// does not have this form is shown as `key=value`, and a message that is not a Map as a value.
 ///
 /// Types, keys and String values are quoted if they are empty or contain a space, `=`, a quotation
 /// mark, a backslash or an escape. Nested values are compact JSON in quotes. The type of a value is
 /// not shown: 5 and "5" look alike.
 ///
-/// Security: no text of an entry reaches the terminal as a control. Control characters (C0, DEL,
+/// Security: no text of an entry can control the terminal. Control characters (C0, DEL,
 /// C1), line and paragraph separators, characters that change the direction of text and lone
 /// surrogates are shown as `\n`, `\r`, `\t` or `\u001b`, and backslashes are doubled, so an escape
 /// cannot be forged. A text that contains elements above 0x10FFFF shows `\ufffd` for them.
@@ -69,11 +68,11 @@ struct LineConsoleSinkOptions {
 /// system that takes only a part gets the rest in further writes. On Windows a console receives
 /// UTF-16, in pieces of 8,192 code units, and other destinations get CR LF at the end of a line.
 ///
-/// append blocks while the destination takes nothing, such as a full pipe or a stopped terminal.
+/// append blocks while the destination accepts nothing, such as a full pipe or a stopped terminal.
 ///
 /// Not promised: text that the application still buffers in `std::cout` or `stdout` can appear
 /// after a later line of the sink. A line that cannot be written is dropped without a report; part
-/// of it can remain. A write to a closed pipe raises SIGPIPE, as every write of the process does.
+/// of it can remain. A write to a closed pipe raises SIGPIPE, like any other write of the process.
 ///
 /// Errors: append and flush throw nothing, for any Message. If memory runs out, the line is
 /// dropped.

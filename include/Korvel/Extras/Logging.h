@@ -36,7 +36,7 @@ class LoggingState;
 /// | context | the keys of Context scopes |
 /// | location of the call | off |
 /// | sampling | none |
-/// | ceiling | 65,536 waiting entries, then refused; "EntriesRefused" tells how many |
+/// | ceiling | 65,536 waiting entries, an eighth for errors; "EntriesRefused" counts the refused |
 /// | sinks | guarded and well-formed; a console if there is no other |
 /// | file | JSON lines, permissions 0640, neither rotated nor synced |
 /// | worker that a sink has ended | started again, at most once a second |
@@ -55,7 +55,7 @@ struct LoggingOptions {
     bool hasThread = true;     ///< Adds the id of the thread.
     bool hasContext = true;    ///< Adds the keys of the Context scopes.
     bool hasLocation = false;  ///< Adds the location of the log call.
-    /// Nothing: no ceiling.
+    /// `std::nullopt`: no ceiling.
     std::optional<BoundedLoggerOptions> ceiling = BoundedLoggerOptions();
     /// The monitor itself is always there: the ceiling and snapshot need it. The snapshot's
     /// `failed` also contains the failures of the guarded sinks under their names. Sinks of the
@@ -76,8 +76,8 @@ struct LoggingOptions {
 /// The destructor ends it: it refuses further entries, logs the note about refused ones, delivers
 /// everything that was accepted, flushes the sinks, and stops the worker. Then it releases the
 /// sinks, which closes the file, and removes the exit hook. This takes at most the limit of
-/// LoggingOptions::exit. If a sink is stuck for longer, it is left behind together with the entries
-/// that wait for it, and a line on standard error says how many they are.
+/// LoggingOptions::exit. If a sink is stuck for longer, the destructor abandons it together with
+/// the entries that wait for it, and a line on standard error contains their number.
 ///
 /// Keep the object in a local variable of `main`. `std::exit` and uncaught exceptions do not
 /// destroy it, but flush it; see FlushAtExit.
@@ -85,10 +85,11 @@ struct LoggingOptions {
 /// After the end, copies of the logger are still safe to use: log returns false, and nothing is
 /// counted.
 ///
-/// Errors: nothing throws after the start but `std::bad_alloc`, what the caller's payload throws
-/// while it is built, and `std::range_error` for a narrow type name that is not UTF-8. What a sink
-/// or a predicate throws is reported by its guard, on standard error unless the options say
-/// otherwise.
+/// Errors: after the start, the logger throws only `std::bad_alloc`, what the caller's payload
+/// throws while it is built, `std::range_error` for a narrow type name that is not UTF-8, and, if a
+/// sink calls it on the worker thread, the `std::logic_error` of SinkHandler. snapshot throws what
+/// a function of MonitorOptions::failed throws. What a sink or a predicate throws is reported by
+/// its guard, by default on standard error.
 ///
 /// Threads: all operations but the destructor may be called from any thread. Do not destroy the
 /// object in a sink. In a process made by fork, log nothing: it has no worker, and the destructor
@@ -105,8 +106,8 @@ public:
     KORVEL_EXTRAS_API const SeverityLogger& logger() const& noexcept;
     const SeverityLogger& logger() const&& = delete;
 
-    /// The chain that the SeverityLogger writes to: for further Extenders, and for SeverityLoggers
-    /// with thresholds of their own.
+    /// The chain to which the SeverityLogger writes. Use it for further Extenders, and for
+    /// SeverityLoggers with thresholds of their own.
     KORVEL_EXTRAS_API const std::shared_ptr<Logger>& chain() const& noexcept;
     const std::shared_ptr<Logger>& chain() const&& = delete;
 
@@ -131,20 +132,20 @@ private:
     std::shared_ptr<LoggingState> state_;
 };
 
-/// Puts a Logging together, the safe way to start:
+/// Builds a Logging, the safe way to start:
 ///
 ///     auto logging = Korvel::Extras::LoggingBuilder().console().file("app.jsonl").start();
 ///     const auto& log = logging.logger();
 ///     log.info("OrderPlaced", {{"order", 4711}});
 ///
-/// Each sink stands behind a GuardedSink and, inside it, a WellFormedSink. So no entry can end the
-/// worker: one that a predicate cannot read, one with a lone surrogate, or one on which a sink
-/// throws is reported or repaired, and the other sinks and the next entries do not notice. A
-/// predicate sees the repaired entry; an empty one accepts all.
+/// A WellFormedSink wraps each sink and its predicate, and a GuardedSink wraps both. So no entry
+/// can end the worker: one with a lone surrogate is repaired, and one on which a predicate or a
+/// sink throws is reported. The other sinks and the next entries are not affected. A predicate sees
+/// the repaired entry; an empty one accepts all.
 ///
-/// Errors: see file, after whose exception the builder is still usable, and start.
+/// Errors: see file and start. After an exception from file, the builder is still usable.
 ///
-/// Threads: for one thread at a time.
+/// Threads: only one thread at a time may use the builder.
 class LoggingBuilder {
 public:
     /// Selects the entries that a sink receives; empty means all.
@@ -161,9 +162,9 @@ public:
                                               Predicate predicate = {});
 
     /// Adds a file of JSON lines, which is opened at once. Its name is that of the file. Throws
-    /// `std::filesystem::filesystem_error` if it cannot be opened; a program that should run all
-    /// the same catches that and adds a console. If others rotate the file, set `checksPath`; a
-    /// program that calls reopen creates the ReopeningFileSink itself and adds it with sink.
+    /// `std::filesystem::filesystem_error` if it cannot be opened; a program that should run anyway
+    /// catches that and adds a console. If others rotate the file, set `checksPath`; a program that
+    /// calls reopen creates the ReopeningFileSink itself and adds it with sink.
     KORVEL_EXTRAS_API LoggingBuilder& file(const std::filesystem::path& path,
                                            ReopeningFileSinkOptions options = {},
                                            Predicate predicate = {});

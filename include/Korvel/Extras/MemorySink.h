@@ -19,16 +19,16 @@ namespace Korvel::Extras {
 /// A Sink that keeps the last entries in memory: for tests of code that logs, and to write out what
 /// led to an error after it has occurred.
 ///
-/// Entries are copies, oldest first. An entry above the capacity pushes out the oldest one, which
-/// is only counted.
+/// Entries are copies, oldest first. An entry above the capacity replaces the oldest one, which is
+/// only counted.
 ///
 /// Limits: the capacity counts entries, not bytes; a sink of capacity 0 keeps none.
 ///
 /// Not promised: an entry that has been logged may still be in the queue of the SinkHandler. Flush
 /// the handler first, or use waitFor.
 ///
-/// Errors: append throws `std::bad_alloc` if there is no memory for the copy, and then keeps what
-/// it had.
+/// Errors: append throws `std::bad_alloc` if there is no memory for the copy, and then the sink
+/// keeps what it had. entries throws `std::range_error` for a type that is not UTF-8.
 ///
 /// Threads: every operation may be called from any thread.
 class KORVEL_EXTRAS_API MemorySink : public Sink {
@@ -46,11 +46,11 @@ public:
 
     /// Copies of the kept entries.
     Entries entries();
-    /// Copies of those whose key "message" is the text `type`.
+    /// Copies of the kept entries whose key "message" is the text `type`.
     Entries entries(const std::string& type);
-    /// Hands over the kept entries and keeps none of them.
+    /// Returns the kept entries and keeps none of them.
     Entries take();
-    /// The number of entries that were pushed out.
+    /// The number of entries that were replaced by later ones.
     std::uint64_t dropped();
 
     /// Waits until `predicate` accepts the kept entries, and returns whether it did within `limit`.
@@ -59,12 +59,11 @@ public:
     bool waitFor(const std::function<bool(const Entries&)>& predicate,
                  std::chrono::milliseconds limit);
 
-    /// Hands the entries that are kept at the call over to `sink`, oldest first, and keeps none of
-    /// them, so a second dump does not repeat the first. Nothing is added, and a key with a time
-    /// keeps the time of the entry. Does not flush `sink`. Entries that arrive meanwhile stay,
-    /// unless they have pushed out some of those.
+    /// Appends the entries that are kept at the call to `sink`, oldest first and unchanged, and
+    /// keeps none of them, so a second dump does not repeat the first. Does not flush `sink`.
+    /// Entries that arrive during the call stay, unless they have replaced some of those.
     ///
-    /// An exception from `sink` propagates: the entry that caused it is gone, those after it stay.
+    /// An exception from `sink` propagates: the entry that caused it is lost, those after it stay.
     void dumpTo(Sink& sink);
 
 private:

@@ -21,20 +21,21 @@ class MonitorState;
 
 /// The settings of a Monitor.
 struct MonitorOptions {
-    /// How often the watcher looks, which is also the accuracy of the times in a snapshot. Zero
-    /// means that there is no watcher: nothing is restarted, and only flush looks for a dead worker
-    /// and for lost entries.
+    /// How often the watcher checks, which is also the accuracy of the times in a snapshot. Zero
+    /// means that there is no watcher: nothing is restarted, and only flush checks for a dead
+    /// worker and for lost entries.
     std::chrono::milliseconds interval{100};
     /// Whether the watcher starts the worker again after a sink has ended it.
     bool restart = false;
     /// The shortest time between two restarts.
     std::chrono::milliseconds restartPause{1000};
     /// Further counts by name, such as the failures of a guarded sink. snapshot calls each function
-    /// on its own thread, and what a function throws comes out of snapshot.
+    /// on the thread of its caller, and throws what a function throws.
     std::map<std::string, std::function<std::uint64_t()>> failed;
 };
 
-/// What a Monitor knows at one moment. `accepted` is always `delivered + waiting + lost`.
+/// The counts of a Monitor at one moment. `accepted` is always `delivered + waiting + lost`. Names
+/// for metrics that an application exports:
 ///
 /// | Member | Prometheus | OpenTelemetry |
 /// |---|---|---|
@@ -64,7 +65,7 @@ struct MonitorSnapshot {
     std::chrono::milliseconds oldestWaiting{0};
     /// When the last delivery was noticed, by the watcher or by a snapshot.
     std::optional<std::chrono::system_clock::time_point> lastDelivery;
-    /// How often the watcher has started the worker again.
+    /// How often the watcher has restarted the worker.
     std::uint64_t restarts = 0;
     /// Whether the handler had a worker when that was last checked. The watcher checks it when no
     /// entry is delivered although some wait; a worker that a sink holds up is alive.
@@ -77,25 +78,25 @@ struct MonitorSnapshot {
 /// "lastDelivery" is a String in the form of createIso8601String, or Null.
 KORVEL_EXTRAS_API Message toMessage(const MonitorSnapshot& snapshot);
 
-/// The Logger in front of a SinkHandler that counts what becomes of the entries, for the questions
-/// of an operator: do they arrive, do they pile up, does the worker live.
+/// A Logger in front of a SinkHandler that counts entries and answers an operator's questions: do
+/// entries arrive, do they pile up, is the worker alive?
 ///
 /// The constructor installs a sink that counts deliveries. Install all other sinks before: an entry
 /// is delivered when this sink receives it, and a sink that is installed later can still drop it.
 /// Log through the monitor only, from the first entry on. Entries that reach the handler in another
 /// way count as accepted when they are delivered, and hide as many that wait or were lost. An entry
-/// that carries a snapshot is counted like any other.
+/// that contains a snapshot is counted like any other.
 ///
 /// Cost: a few nanoseconds for each entry.
 ///
 /// A sink that throws ends the worker of the handler. The watcher, a thread of the monitor, notices
 /// that entries wait and none is delivered, and flushes the handler to find out: a flush that
 /// reaches no sink means that there is no worker. It then starts a new one, if the options ask for
-/// it. It does not start a handler that it has never seen with a worker: start the handler before
-/// you create the monitor. Nor does it if no entry waits, as in a handler that was stopped. After a
-/// restart, also one by the application, the watcher finds out how many entries were lost. It finds
-/// too few while others are delivered, so it tries again until it sees that no entry waits. Under a
-/// load that never lets the queue become empty, lost entries continue to count as waiting.
+/// it. It starts none if no entry waits, as in a handler that was stopped, or if it has never seen
+/// a worker, so start the handler before you create the monitor. After a restart, also one by the
+/// application, the watcher finds out how many entries were lost. It finds too few while others are
+/// delivered, so it tries again until it sees that no entry waits. Under a load that never lets the
+/// queue become empty, lost entries continue to count as waiting.
 ///
 /// Stopping: with `restart`, the monitor is the owner of the handler, who alone may call
 /// startProcessing and stopProcessing. Call stopWatching, or destroy the monitor, before you stop

@@ -14,16 +14,16 @@ namespace Korvel::Extras {
 
 /// The settings of a SamplingFilter.
 struct SamplingFilterOptions {
-    /// In each window the first so many entries of a type pass, and then every so many-th:
-    /// with 3 and 10 the entries 1, 2, 3, 13, 23, 33 and so on. `thereafter` 0 lets none of the
-    /// rest pass, and 1 all of them. With `first` 0 and `thereafter` 10, the entries 10, 20, 30 and
-    /// so on pass.
+    /// In each window the first `first` entries of a type pass, and of the rest every
+    /// `thereafter`-th: with 3 and 10 the entries 1, 2, 3, 13, 23, 33 and so on. With `thereafter`
+    /// 0 none of the rest pass, and with 1 all of them. With `first` 0 and `thereafter` 10, the
+    /// entries 10, 20, 30 and so on pass.
     std::uint64_t first = 100;
     /// See `first`.
     std::uint64_t thereafter = 100;
-    /// How long a window lasts. It begins with the first entry of the type after the last window.
+    /// How long a window lasts. The next one begins with the first entry of the type after its end.
     std::chrono::nanoseconds window = std::chrono::seconds(1);
-    /// Where the time comes from; empty means `std::chrono::steady_clock::now`.
+    /// The clock, for tests; empty means `std::chrono::steady_clock::now`.
     std::function<std::chrono::steady_clock::time_point()> clock;
 };
 
@@ -34,7 +34,7 @@ struct SamplingFilterOptions {
 /// ones is forwarded as a copy with their number, an Integer, at the key "suppressed", which
 /// replaces such a key of the application. All other entries are forwarded uncopied.
 ///
-/// flush and the destructor report what no entry has reported by then, in one entry of type
+/// flush and the destructor report the numbers that no entry has reported yet, in one entry of type
 /// "EntriesSuppressed":
 ///
 ///     {"message":"EntriesSuppressed","suppressed":7,"timestamp":"2026-11-18T21:16:42.123Z",
@@ -44,15 +44,15 @@ struct SamplingFilterOptions {
 /// "types", add up to the number of entries received. The report has no severity, so filters by
 /// severity let it pass.
 ///
-/// Limits: at most 1,024 pairs of type and severity are counted separately, for the life of the
+/// Limits: the first 1,024 pairs of type and severity are counted separately, for the life of the
 /// filter. All later ones, and entries without a String at "message", share one counter; in the
-/// report it is the element without "type". Its numbers mix types.
+/// report it is the element without "type".
 ///
 /// The filter runs where entries are delivered: it saves room in the target, but the thread that
 /// logs has the full cost.
 ///
-/// Errors: exceptions from the target and the clock propagate from append and flush; a number that
-/// the target did not take is reported again with the next entry. The destructor ignores them.
+/// Errors: exceptions from the target and the clock propagate from append and flush. If the target
+/// throws, the next entry reports the number again. The destructor ignores exceptions.
 ///
 /// Threads: append and flush may be called from any thread; calls of the target never overlap.
 ///

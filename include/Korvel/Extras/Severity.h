@@ -11,11 +11,11 @@
 #include <string>
 #include <string_view>
 
-/// What applications need beyond the core, made of its public API alone.
+/// What applications need beyond the core.
 namespace Korvel::Extras {
 
-/// How much an entry matters. In an entry it is a String at the key "severity": the lower-case name
-/// of the enumerator.
+/// The importance of an entry. In an entry it is a String at the key "severity": the lower-case
+/// name of the enumerator.
 ///
 /// | Severity | syslog (RFC 5424) | OpenTelemetry number | Google Cloud |
 /// |---|---|---|---|
@@ -27,10 +27,10 @@ namespace Korvel::Extras {
 /// | Critical | 2 critical | 21 | CRITICAL |
 enum class Severity { Trace, Debug, Info, Warning, Error, Critical };
 
-/// The text of an entry: "trace", "debug", "info", "warning", "error" or "critical".
+/// The text in an entry: "trace", "debug", "info", "warning", "error" or "critical".
 KORVEL_EXTRAS_API std::string_view severityName(Severity severity) noexcept;
 
-/// The same as a value of an entry.
+/// The same text as a Message.
 inline Message toMessage(Severity severity) {
     return std::string(severityName(severity));
 }
@@ -48,11 +48,11 @@ KORVEL_EXTRAS_API std::function<bool(const Message&)> severityAtLeast(Severity l
 
 /// The lowest severity that is logged. Several loggers can share one.
 ///
-/// Threads: may be read and set on any thread at any time. A change is seen by later calls, without
-/// an order to other memory.
+/// Threads: may be read and set on any thread at any time. Later calls see a change. It does not
+/// synchronise other memory.
 class SeverityThreshold {
 public:
-    /// Turns on `least` and every higher severity.
+    /// Turns `least` and every higher severity on.
     explicit SeverityThreshold(Severity least = Severity::Info) noexcept : least_(least) {}
 
     /// Changes the least severity that is on.

@@ -18,9 +18,8 @@ namespace Korvel::Extras {
 /// SeverityLogger's functions and is converted from narrow or wide text: a literal, a string or a
 /// view. A null pointer is an empty name.
 ///
-/// The compiler fills in the place where the conversion stands, without a macro. A function that
-/// wraps a SeverityLogger takes an EventType and passes it on, and so reports the place of its own
-/// caller.
+/// The compiler fills in the place of the conversion, without a macro. A function that wraps a
+/// SeverityLogger takes an EventType and passes it on, and so reports the place of its own caller.
 ///
 /// Ownership: refers to the text, which must outlive it. Pass it by reference and do not keep it.
 class EventType {
@@ -59,22 +58,22 @@ private:
 
 /// Logs entries with a severity, and ignores calls whose severity is below a threshold.
 ///
-/// An entry is what the payload makes of it in any Logger, with the lower-case name of the severity
-/// at the key "severity". This replaces a "severity" in the payload, so that filters and collectors
-/// can rely on it. A payload that is neither a Map nor Null is first moved to the key
+/// An entry has the keys that the payload gives it in any Logger, and the lower-case name of the
+/// severity at the key "severity". This replaces a "severity" in the payload, so that filters and
+/// collectors can rely on it. A payload that is neither a Map nor Null is first moved to the key
 /// "messageData".
 ///
-/// The payload is a Message, or what converts to one, or a callable that returns it: the lazy form.
-/// The callable runs at once and on the caller's thread, but only if the severity is on. If it
-/// throws, the entry is logged all the same: instead of the payload it has the text of the error at
-/// the key "payloadError", and nothing comes out of the call, except `std::bad_alloc` if there is
-/// no memory for that text.
+/// The payload is a Message, a value that converts to one, or a callable that returns one: the lazy
+/// form. The callable runs immediately on the caller's thread, but only if the severity is on. If
+/// it throws, the entry is still logged: instead of the payload it has the text of the error at the
+/// key "payloadError". The exception does not leave the call, which throws `std::bad_alloc` if
+/// there is no memory for that text.
 ///
 /// Cost while the severity is off: isOn, a call without a payload and the lazy form take a
 /// nanosecond or two. A list in braces is built, and destroyed again, before the call begins, which
 /// takes about as long as an entry that is logged: use the lazy form where that matters.
 ///
-/// Threshold: a copy shares the threshold of its original, so a change of either is seen by both.
+/// Threshold: a copy shares the threshold of its original, so both see a change of it.
 /// withThreshold creates a logger with a threshold of its own. Loggers on different chains can
 /// share one threshold as well.
 ///
@@ -156,8 +155,8 @@ public:
     /// Flushes the wrapped logger.
     void flush() const { logger_->flush(); }
 
-    /// To change it, also for all loggers that share it, or to share it with another logger. Never
-    /// null.
+    /// The threshold: to change it, for all loggers that share it, or to share it with another
+    /// logger. Never null.
     const std::shared_ptr<SeverityThreshold>& threshold() const noexcept { return threshold_; }
 
     /// Returns a logger like this one with a threshold of its own.

@@ -71,7 +71,7 @@ namespace Korvel::Extras {
 /// Errors: never a "bad conversion" of text. Throws `std::bad_alloc` and what a function of a
 /// user's type throws.
 ///
-/// Threads: may be called on any thread; nothing may change `value` meanwhile.
+/// Threads: may be called on any thread; `value` must not change during the call.
 inline Message toMessage(const Detail::AnyValue& value) {
     return value.message();
 }

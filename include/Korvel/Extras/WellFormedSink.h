@@ -16,8 +16,8 @@ namespace Korvel::Extras {
 /// The settings of a WellFormedSink.
 struct WellFormedSinkOptions {
     /// How deep containers may be nested, the entry included; at least 1. Each deeper one becomes
-    /// the text "…". Readers of JSON have limits too: jq 1.6 reads 256 levels, Python 3.11 about
-    /// 900.
+    /// the text "…". Readers of JSON have limits too: jq 1.6 reads 256 levels, Python 3.11 just
+    /// under 1,000.
     std::size_t maxDepth = 200;
     /// A key that is set to true in each entry that was repaired and is a Map. It replaces a value
     /// that is already there. Empty: entries are not marked.
@@ -41,16 +41,16 @@ struct WellFormedSinkState {
 /// of a field. The line that FileSink then writes is RFC 8259 JSON in well-formed UTF-8, and
 /// rendering does not throw "bad conversion".
 ///
-/// Repairs can make two keys of a Map equal. Then both values stay: a repaired key gets `_1`, `_2`
-/// and so on at its end, in the order of the original keys. A key that was correct never changes.
+/// Repairs can make two keys of a Map equal. Then both values stay: `_1`, `_2` and so on are
+/// appended to the repaired keys, in the order of the original keys. A correct key never changes.
 ///
 /// An entry without a fault is forwarded itself, not a copy. The check allocates only for a text
-/// that `std::string` does not store in itself, and for containers more than 16 deep. It costs
-/// about as much as rendering the entry, because Message returns text only as a copy.
+/// that `std::string` does not store in itself, and for containers more than 16 deep. It costs at
+/// least as much as rendering the entry, because Message returns text only as a copy.
 ///
-/// Not promised: a global C++ locale whose numbers are not JSON, such as 1,5 for 1.5, still writes
-/// those. Characters that JSON allows and some readers reject, such as NUL or U+FFFE, are forwarded
-/// unchanged.
+/// Not promised: under a global C++ locale whose numbers are not JSON, such as 1,5 for 1.5, doubles
+/// are still written that way. Characters that JSON allows and some readers reject, such as NUL or
+/// U+FFFE, are forwarded unchanged.
 ///
 /// Errors: exceptions from the target propagate unchanged, so install GuardedSink around this sink.
 /// append throws `std::bad_alloc` if there is no memory for the copy. An empty target drops every
@@ -62,7 +62,7 @@ struct WellFormedSinkState {
 /// Ownership: shares the target; the destructor does not flush it.
 class KORVEL_EXTRAS_API WellFormedSink : public Sink {
 public:
-    /// Repairs what `target` receives; a null one drops every entry.
+    /// Repairs the entries for `target`; a null one drops every entry.
     explicit WellFormedSink(std::shared_ptr<Sink> target, WellFormedSinkOptions options = {});
     ~WellFormedSink() override;
 
