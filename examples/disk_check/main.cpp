@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Korvel authors
 // SPDX-License-Identifier: MIT
 
-/// Checks a directory tree and logs it: a complete program around the library, from the command
+/// Walks a directory tree and logs it: a complete program that uses the library, from the command
 /// line to the last flush. LogChain.cpp builds the logger, Journal.cpp creates entries, and
 /// Staging.cpp delivers them.
 

@@ -28,11 +28,10 @@ constexpr std::array<const char*, 4> LOSSES = {"EntriesDropped", "EntriesRefused
 /// The time of a text in the form of createIso8601String.
 std::optional<std::chrono::sys_time<milliseconds>> timeOf(const std::string& text) {
     constexpr std::string_view FORM = "0000-00-00T00:00:00.000Z";
-    const bool hasForm = std::equal(text.begin(), text.end(), FORM.begin(), FORM.end(),
-                                    [](char character, char form) {
-                                        return form == '0' ? character >= '0' && character <= '9'
-                                                           : character == form;
-                                    });
+    const bool hasForm = std::equal(
+        text.begin(), text.end(), FORM.begin(), FORM.end(), [](char character, char form) {
+            return form == '0' ? character >= '0' && character <= '9' : character == form;
+        });
     if (!hasForm) return std::nullopt;
     const auto number = [&text](std::size_t begin, std::size_t size) {
         return static_cast<unsigned>(std::stoul(text.substr(begin, size)));

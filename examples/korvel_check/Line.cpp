@@ -102,8 +102,7 @@ private:
             return isHalf ? Kind::LoneSurrogate : Kind::NotUtf8;
         }
         if (what.find("surrogate U+") != std::string_view::npos) return Kind::LoneSurrogate;
-        return error.id == OUT_OF_RANGE || isNotFinite(position) ? Kind::NotFinite
-                                                                 : Kind::NotJson;
+        return error.id == OUT_OF_RANGE || isNotFinite(position) ? Kind::NotFinite : Kind::NotJson;
     }
 
     /// Whether the value that the parser was reading is what C and C++ write for such numbers.

@@ -33,7 +33,7 @@ constexpr const char* DESCRIPTION =
     "left. Changes nothing.";
 
 constexpr const char* FOOTER =
-    "Of a directory, the staging files (*.log) are checked, as one log. To read a compressed log,\n"
+    "In a directory, the staging files (*.log) are checked as one log. To check a compressed log,\n"
     "name the file /dev/stdin and pipe the output of zcat into it.\n"
     "\n"
     "Gaps, empty files, times in another form and reports of lost entries are only noted.\n"
