@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <stdexcept>
+#include <string>
 
 namespace CLI {
 class App;
@@ -20,5 +22,10 @@ public:
 /// and returns false. Throws UsageError, whose text never shows the value of an unexpected
 /// argument, because it could be a secret.
 bool parse(CLI::App& app, int argc, const char* const* argv);
+
+/// Runs `program` and returns the exit status: 0 if it returns true, 1 if it returns false or
+/// throws, and 2 for a `std::invalid_argument`, such as a UsageError. Reports what it throws to the
+/// user; `name` is the name of the program.
+int runProgram(const std::string& name, const std::function<bool()>& program);
 
 }  // namespace CommandLine

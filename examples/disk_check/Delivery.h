@@ -35,7 +35,7 @@ public:
 std::unique_ptr<Delivery> makeLocalDelivery(const std::filesystem::path& stage);
 
 /// Sends files to the log service at `url` with the token from the environment. Throws
-/// `CommandLine::UsageError`, also if this program was built without libcurl.
+/// `std::invalid_argument`, also if this program was built without libcurl.
 std::unique_ptr<Delivery> makeHttpDelivery(const std::string& url);
 
 }  // namespace DiskCheck

@@ -4,7 +4,6 @@
 
 #include "Drain.h"
 
-#include <functional>
 #include <string>
 
 namespace CLI {
@@ -43,9 +42,5 @@ private:
 
 /// The first line of the file. Throws `CommandLine::UsageError` if there is none.
 std::string tokenOfFile(const std::string& file);
-
-/// Runs `program`, which returns true if nothing is left to deliver. Reports exceptions, and
-/// returns the exit status.
-int runProgram(const std::string& name, const std::function<bool()>& program);
 
 }  // namespace UploadCore
