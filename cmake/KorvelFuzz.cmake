@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 # The targets of tests/reliability/values/fuzz, built by clang with KORVEL_SANITIZE=fuzzer-no-link,...
-# Each test runs one of them, first with its corpus. What it finds is left in the build directory.
+# Each test runs one of them, first with its corpus. It leaves its findings in the build directory.
 
 enable_testing()
 # The longest first: two run at once.

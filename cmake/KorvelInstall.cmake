@@ -15,8 +15,8 @@ function(korvel_install target export component)
         COMPONENT development)
 endfunction()
 
-# The file for pkg-config finds the package from its own place, so that an installed tree can be
-# moved. Where a directory is absolute that is given up for it.
+# The pkg-config file finds the package relative to itself, so that an installed tree can be moved.
+# This is not possible for a directory that is configured as absolute.
 set(KORVEL_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
 set(KORVEL_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
@@ -34,7 +34,7 @@ if(KORVEL_LIBRARY_TYPE STREQUAL "STATIC")
     set(KORVEL_PC_CFLAGS "-DKORVEL_STATIC")
 endif()
 
-# korvel_pkg_config(NAME REQUIRES): the file NAME.pc.
+# korvel_pkg_config(NAME REQUIRES): installs the file NAME.pc.
 function(korvel_pkg_config KORVEL_PC_NAME KORVEL_PC_REQUIRES)
     configure_file(cmake/korvel.pc.in "${PROJECT_BINARY_DIR}/${KORVEL_PC_NAME}.pc" @ONLY)
     install(FILES "${PROJECT_BINARY_DIR}/${KORVEL_PC_NAME}.pc"
@@ -61,8 +61,8 @@ install(FILES "${PROJECT_BINARY_DIR}/KorvelConfig.cmake"
               "${PROJECT_BINARY_DIR}/KorvelConfigVersion.cmake"
     DESTINATION "${KORVEL_CMAKE_DIR}" COMPONENT development)
 
-# For debuggers. gdb looks for the script of a shared library at the path of that library below
-# share/gdb/auto-load, so this takes the prefix of the configuration.
+# For debuggers. gdb looks for the script of a shared library below share/gdb/auto-load, at the path of
+# the library. So the script is found only under the prefix of the configuration.
 set(KORVEL_DEBUG_DIR "${PROJECT_SOURCE_DIR}/scripts/debug")
 install(FILES "${KORVEL_DEBUG_DIR}/Korvel.natvis" "${KORVEL_DEBUG_DIR}/korvel.supp"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/korvel" COMPONENT development)

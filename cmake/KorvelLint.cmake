@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: 2026 The Korvel authors
 # SPDX-License-Identifier: MIT
 
-# The target "lint": formatting by clang-format, then the checks of .clang-tidy on every source file
-# that this build compiles, but for generated ones.
+# The target "lint": checks the format with clang-format, then runs the checks of .clang-tidy on every
+# source file that this build compiles, except generated ones.
 
 find_program(CLANG_FORMAT clang-format)
 find_program(RUN_CLANG_TIDY run-clang-tidy)

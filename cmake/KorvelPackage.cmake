@@ -71,7 +71,7 @@ a log service, and a log format for lnav.")
     set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
 endif()
 
-# What Debian wants in every package.
+# The files that Debian requires in every package.
 file(COPY_FILE "${PROJECT_SOURCE_DIR}/LICENSES/MIT.txt" "${PROJECT_BINARY_DIR}/copyright")
 configure_file(cmake/debian-changelog.in "${PROJECT_BINARY_DIR}/changelog" @ONLY)
 find_program(GZIP gzip REQUIRED)

@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: 2026 The Korvel authors
 # SPDX-License-Identifier: MIT
 
-# GoogleTest and nlohmann_json for the tests, from Debian's packages. Where these do not fit the
-# target, GoogleTest is built from the package's sources, and the JSON headers are taken alone.
+# GoogleTest and nlohmann_json for the tests, from Debian's packages. If these do not fit the target,
+# GoogleTest is built from the sources in its package, and the JSON headers are copied.
 
 if(CMAKE_CROSSCOMPILING OR CMAKE_CXX_FLAGS MATCHES "stdlib=libc\\+\\+")
     block()

@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: 2026 The Korvel authors
 # SPDX-License-Identifier: MIT
 
-# Installs the examples that are tools, as the component Tools: the programs, a man page made from
-# their --help, bash completion, and the log format for lnav.
+# Installs the examples that are tools, as the component tools: the programs, a man page for each, made
+# from its --help, bash completion, and the log format for lnav.
 
 find_program(HELP2MAN help2man)
 find_program(GZIP gzip)
@@ -10,7 +10,7 @@ if(NOT HELP2MAN OR NOT GZIP)
     message(STATUS "help2man or gzip is missing: the tools have no man pages")
 endif()
 
-# korvel_tool(TARGET SENTENCE): the sentence is that of the man page.
+# korvel_tool(TARGET SENTENCE): the man page has the sentence under NAME.
 function(korvel_tool target sentence)
     if(NOT TARGET ${target})
         return()

@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: 2026 The Korvel authors
 # SPDX-License-Identifier: MIT
 
-# What the toolchains for other processors share: Debian's cross compilers for Linux, whose programs
-# run under qemu-user. KORVEL_PROCESSOR is the processor as both name it.
+# The common part of the toolchains for other processors: Debian's cross compilers for Linux, whose
+# programs run under qemu-user. KORVEL_PROCESSOR is the name of the processor in both.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ${KORVEL_PROCESSOR})

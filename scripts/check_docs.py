@@ -12,9 +12,9 @@ check_docs.py run PAGE NUMBER COMMAND...
     and the next cpp block shows its standard output, and the json block its file *.jsonl. Times
     and thread ids differ from run to run, so they are compared as patterns.
 
-Every sh and cmake block is marked in the line before it, with who runs it or why nobody does:
-<!-- not run here: REASON -->. The mark takes any other block out of the checks, too. Blocks without a
-language are not checked.
+A block in any other language must have a mark in the line before it that says what runs it instead, or
+why nothing does: <!-- not run here: REASON -->. Blocks with this mark, or without a language, are not
+checked.
 """
 
 import pathlib
@@ -54,11 +54,14 @@ def blocks_of(page):
 
 
 def require_checked(page, blocks):
-    """Nothing would check another language, or an output without a program before it."""
-    has_program = False
+    """Nothing would check another language, or an output that is not the first one of a program."""
+    outputs = set()
     for block in blocks:
-        has_program |= block.language == "cpp"
-        if block.language != "cpp" and not (has_program and block.language in ("text", "json")):
+        if block.language == "cpp":
+            outputs = {"text", "json"}
+        elif block.language in outputs:
+            outputs.remove(block.language)
+        else:
             sys.exit(f"{page}:{block.line}: nothing checks this {block.language} block; mark it")
 
 

@@ -8,9 +8,9 @@ plain Markdown or plain C++.
 Page: headings get the anchors that hosting services give them, and links lead to the pages and classes
 of the site. A link to a file that is not on the site becomes plain text.
 
-Header: an overload without a comment, directly after another function of its name, gets the comment of
-that function. What the compiler makes (`= default`, `= delete`) needs no comment and is left out, and
-so is what is private.
+Header: an overload without a comment, directly after another function of the same name, gets the
+comment of that function. Private members are left out, and so are defaulted and deleted ones without
+a comment.
 """
 
 import os

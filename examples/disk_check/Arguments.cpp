@@ -40,7 +40,7 @@ void addOptions(CLI::App& app, Arguments& arguments) {
     CLI::Option* const stage =
         app.add_option("--stage", arguments.stage,
                        "Keep the entries in staging files here too, made if missing, and deliver\n"
-                       "them at the end, into the directory \"delivered\" beside it")
+                       "them at the end, into the directory \"delivered\" next to it")
             ->type_name("DIR");
     app.add_option("--upload", arguments.uploadUrl,
                    "Deliver them to the log service at this address instead, with the token in\n"

@@ -23,20 +23,19 @@ public:
     /// Never throws, since an exception would end the run.
     virtual bool deliver(const std::filesystem::path& file) = 0;
 
-    /// The destination, for people.
+    /// The destination, as shown to the user.
     virtual std::string destination() const = 0;
 
     /// Why files have not been delivered, each in a sentence.
     virtual std::vector<std::string> problems() = 0;
 };
 
-/// Copies files into the directory "delivered" beside `stage`, which is made if it is missing.
-/// Nothing there is ever replaced. Throws `std::runtime_error`.
+/// Copies files into the directory "delivered" next to `stage`, which is made if it is missing.
+/// Never replaces a file there. Throws `std::runtime_error`.
 std::unique_ptr<Delivery> makeLocalDelivery(const std::filesystem::path& stage);
 
 /// Sends files to the log service at `url` with the token from the environment. Throws
-/// `CommandLine::UsageError`,
-/// also where this program was built without libcurl.
+/// `std::invalid_argument`, also if this program was built without libcurl.
 std::unique_ptr<Delivery> makeHttpDelivery(const std::string& url);
 
 }  // namespace DiskCheck

@@ -18,15 +18,15 @@ struct FileFacts {
     std::optional<std::uint64_t> size;
     /// Of anything but a link: the standard library only gives the time of a link's target.
     std::optional<std::wstring> modified;
-    /// A sentence each.
+    /// One sentence each.
     std::vector<std::wstring> problems;
 
     bool isKnown() const;
     bool isDirectory() const;
 };
 
-/// Looks at a path without following a link in its last place. Never throws for the file system:
-/// what cannot be read is a problem among the facts.
+/// Examines a path without following a link in its last place. Errors of the file system do not
+/// throw: they become problems among the facts.
 FileFacts inspect(const std::filesystem::path& path);
 
 /// "The directory cannot be read: Permission denied".

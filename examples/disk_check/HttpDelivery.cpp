@@ -7,7 +7,6 @@
 #include "loggly_upload/LogglyUploader.h"
 
 #include <cstdlib>
-#include <stdexcept>
 
 namespace DiskCheck {
 namespace {
@@ -50,11 +49,7 @@ private:
 }  // namespace
 
 std::unique_ptr<Delivery> makeHttpDelivery(const std::string& url) {
-    try {
-        return std::make_unique<HttpDelivery>(settingsFor(url));
-    } catch (const std::invalid_argument& error) {
-        throw UsageError(error.what());
-    }
+    return std::make_unique<HttpDelivery>(settingsFor(url));
 }
 
 }  // namespace DiskCheck

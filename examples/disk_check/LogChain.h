@@ -15,8 +15,8 @@
 
 namespace DiskCheck {
 
-/// The logger of this program with everything that it delivers to: all entries go to a file, the
-/// ones for people to standard output as well.
+/// The logger of this program and its sinks. All entries go to a file, and those for people also to
+/// standard output.
 ///
 /// Errors: `std::runtime_error` with a sentence for the user, from the constructor if the file
 /// cannot be written, from close if the log is not whole.
@@ -28,8 +28,8 @@ public:
              std::shared_ptr<Korvel::Sink> staging);
     ~LogChain();
 
-    /// It makes the caller wait while too many entries are queued. Every entry gets "timestamp",
-    /// "thread", and as "number" how many entries its thread has logged with it.
+    /// Makes the caller wait while too many entries are queued. Adds "timestamp", "thread" and
+    /// "number", which counts the entries of each thread.
     const std::shared_ptr<Korvel::Logger>& logger() const;
 
     /// Delivers what is queued and checks that all `entries` logged have reached the sinks, and
@@ -42,7 +42,7 @@ private:
     const std::filesystem::path path_;
     std::shared_ptr<Korvel::FileSink> file_;
     std::shared_ptr<Korvel::SinkHandler> handler_;
-    /// Its count reveals a sink that has thrown, which ends delivery without a report.
+    /// Its counts reveal a sink that has thrown, which ends delivery without a report.
     std::shared_ptr<Korvel::Extras::Monitor> monitor_;
     std::shared_ptr<Korvel::Logger> logger_;
 };

@@ -13,8 +13,8 @@
 
 namespace DiskCheck {
 
-/// The staging directory of this program and its way out. Files that earlier runs have left there
-/// go with the new ones.
+/// The staging directory of this program, and the delivery of its files. Files that earlier runs
+/// have left there are delivered as well.
 ///
 /// Errors: `std::runtime_error` with a sentence for the user.
 class Staging {
@@ -24,8 +24,8 @@ public:
 
     const std::shared_ptr<Korvel::LogglySink>& sink() const;
 
-    /// Delivers everything in one run and prints how much it was. Call it once, when nobody else
-    /// has the sink any more. Throws if a file is left.
+    /// Delivers everything in one run and prints the number of files. Call it once, when nothing
+    /// else owns the sink any more. Throws if a file is left.
     void deliver();
 
 private:

@@ -32,8 +32,8 @@ public:
 
     void start(const std::filesystem::path& root, std::uint64_t threads);
 
-    /// Waits for the end, at most for the given time. Returns whether the walk is over, in which
-    /// case join returns soon.
+    /// Waits for the end, at most for the given time. Returns whether the walk is over; join then
+    /// returns soon.
     bool waitForEnd(std::chrono::milliseconds longest);
 
     void join();

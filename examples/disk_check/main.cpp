@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Korvel authors
 // SPDX-License-Identifier: MIT
 
-/// Checks a directory tree and logs it: a complete program around the library, from the command
+/// Walks a directory tree and logs it: a complete program that uses the library, from the command
 /// line to the last flush. LogChain.cpp builds the logger, Journal.cpp creates entries, and
 /// Staging.cpp delivers them.
 
@@ -18,20 +18,13 @@
 #include "command_line/Terminal.h"
 
 #include <chrono>
-#include <exception>
-#include <iostream>
 #include <memory>
-#include <optional>
 #include <utility>
 
 namespace DiskCheck {
 namespace {
 
 constexpr std::chrono::milliseconds PROGRESS_INTERVAL(250);
-
-constexpr int STATUS_DONE = 0;
-constexpr int STATUS_NO_LOG = 1;
-constexpr int STATUS_WRONG_ARGUMENTS = 2;
 
 void logTree(const Arguments& arguments, std::shared_ptr<Korvel::Sink> staging) {
     CommandLine::Progress progress(CommandLine::isErrorOutputTerminal());
@@ -62,23 +55,13 @@ void check(const Arguments& arguments) {
     }
 }
 
-int runProgram(int argc, const char* const* argv) {
-    try {
-        const std::optional<Arguments> arguments = parseArguments(argc, argv);
-        if (arguments) check(*arguments);
-        return STATUS_DONE;
-    } catch (const CommandLine::UsageError& error) {
-        std::cerr << "disk_check: " << error.what() << "\nSee disk_check --help.\n";
-        return STATUS_WRONG_ARGUMENTS;
-    } catch (const std::exception& error) {
-        std::cerr << "disk_check: " << error.what() << '\n';
-        return STATUS_NO_LOG;
-    }
-}
-
 }  // namespace
 }  // namespace DiskCheck
 
 int main(int argc, char** argv) {
-    return DiskCheck::runProgram(argc, argv);
+    return CommandLine::runProgram("disk_check", [argc, argv] {
+        const auto arguments = DiskCheck::parseArguments(argc, argv);
+        if (arguments) DiskCheck::check(*arguments);
+        return true;
+    });
 }

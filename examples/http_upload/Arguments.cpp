@@ -30,7 +30,7 @@ constexpr const char* FOOTER =
     "Every user of the machine can read a command line, so secrets belong in the token file.\n"
     "\n";
 
-/// What becomes a header, or more than one.
+/// The options that add headers.
 struct RawHeaders {
     std::string tokenFile;
     std::string tokenHeader = "Authorization: Bearer";
@@ -42,14 +42,14 @@ void addRequest(CLI::App& app, UploadCore::HttpSettings& http, RawHeaders& raw) 
         ->type_name("URL")
         ->required();
     app.add_option("--header", http.headers,
-                   "A header, \"Name: value\"; can be given several times. Without a Content-Type "
-                   "it is application/x-ndjson")
+                   "A header, \"Name: value\"; can be given several times. The default "
+                   "Content-Type is application/x-ndjson")
         ->type_name("HEADER")
         ->allow_extra_args(false);
     app.add_option("--token-file", raw.tokenFile, "A file with a token for the header below")
         ->type_name("FILE");
     app.add_option("--token-header", raw.tokenHeader,
-                   "The header, up to the blank before the token")
+                   "The header, up to the space before the token")
         ->type_name("TEXT")
         ->capture_default_str();
     app.add_flag("--gzip", raw.isCompressed, "Compress, with the Content-Encoding gzip");
@@ -61,7 +61,7 @@ bool hasContentType(const std::vector<std::string>& headers) {
     });
 }
 
-/// libcurl would send what follows a line break in the token as another header.
+/// A line break in the token would make libcurl send the rest of it as another header.
 std::string checkedToken(const std::string& token) {
     const bool isVisible = std::all_of(token.begin(), token.end(), [](char character) {
         return character > ' ' && character <= '~';

@@ -6,10 +6,10 @@
 
 #include "Arguments.h"
 
-#include "upload_core/Program.h"
+#include "command_line/CommandLine.h"
 
 int main(int argc, char** argv) {
-    return UploadCore::runProgram("http_upload", [argc, argv] {
+    return CommandLine::runProgram("http_upload", [argc, argv] {
         const auto arguments = HttpUpload::parseArguments(argc, argv);
         if (!arguments) return true;
         UploadCore::HttpUploader uploader(arguments->http);

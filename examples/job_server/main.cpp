@@ -31,7 +31,7 @@ struct Job {
     std::vector<int> amounts;
 };
 
-/// Nothing, as a job, means that no more follow.
+/// An empty job means that no more follow.
 class JobQueue {
 public:
     void push(std::optional<Job> job) {
@@ -61,7 +61,7 @@ int median(std::vector<int> amounts) {
     return *middle;
 }
 
-/// Runs jobs until there are no more. Every entry of a job says whose it is.
+/// Runs jobs until there are no more. Every entry of a job has its number and customer.
 void serve(JobQueue& jobs, std::atomic<int>& failures, const SeverityLogger& log) {
     while (const std::optional<Job> job = jobs.take()) {
         const Context context({{"job", job->number}, {"customer", job->customer}});

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <fstream>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -21,26 +21,30 @@ using std::filesystem::path;
 
 constexpr milliseconds SHOW_INTERVAL(250);
 
-/// What the library and its extras log when they had to drop or cut an entry.
+/// The types of entries that report a dropped or cut entry.
 constexpr std::array<const char*, 4> LOSSES = {"EntriesDropped", "EntriesRefused",
                                                "EntriesSuppressed", "Message to long"};
 
 /// The time of a text in the form of createIso8601String.
 std::optional<std::chrono::sys_time<milliseconds>> timeOf(const std::string& text) {
-    constexpr std::size_t LENGTH = 24;
-    std::array<int, 7> n{};
-    int end = 0;
-    // Reads no further than the text: every field has a width.
-    std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3dZ%n", n.data(), &n[1], &n[2], &n[3],
-                &n[4], &n[5], &n[6], &end);
-    const std::chrono::year_month_day day{std::chrono::year(n[0]),
-                                          std::chrono::month(static_cast<unsigned>(n[1])),
-                                          std::chrono::day(static_cast<unsigned>(n[2]))};
-    if (text.size() != LENGTH || end != static_cast<int>(LENGTH) || !day.ok() || n[3] > 23 ||
-        n[4] > 59)
-        return std::nullopt;
-    return std::chrono::sys_days(day) + std::chrono::hours(n[3]) + std::chrono::minutes(n[4]) +
-           std::chrono::seconds(n[5]) + milliseconds(n[6]);
+    constexpr std::string_view FORM = "0000-00-00T00:00:00.000Z";
+    const bool hasForm = std::equal(
+        text.begin(), text.end(), FORM.begin(), FORM.end(), [](char character, char form) {
+            return form == '0' ? character >= '0' && character <= '9' : character == form;
+        });
+    if (!hasForm) return std::nullopt;
+    const auto number = [&text](std::size_t begin, std::size_t size) {
+        return static_cast<unsigned>(std::stoul(text.substr(begin, size)));
+    };
+    const std::chrono::year_month_day day{std::chrono::year(static_cast<int>(number(0, 4))),
+                                          std::chrono::month(number(5, 2)),
+                                          std::chrono::day(number(8, 2))};
+    const unsigned hour = number(11, 2);
+    const unsigned minute = number(14, 2);
+    const unsigned second = number(17, 2);
+    if (!day.ok() || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+    return std::chrono::sys_days(day) + std::chrono::hours(hour) + std::chrono::minutes(minute) +
+           std::chrono::seconds(second) + milliseconds(number(20, 3));
 }
 
 std::string secondsText(milliseconds time) {
@@ -109,8 +113,8 @@ void Check::checkFile(const path& file) {
 
 void Check::checkLine(const std::string& text, const std::string& place) {
     const Line line = readLine(text);
-    if (line.fault != Fault::None) progress_.stepAside([&] { report_.addFault(line, place); });
-    if (line.fault != Fault::None && line.fault != Fault::DuplicateKey) return;
+    if (line.fault) add(*line.fault, place, line.detail);
+    if (line.fault && line.fault != Kind::DuplicateKey) return;
     report_.addEntry(line);
     if (!line.timestamp.empty()) checkTime(line.timestamp, place);
     if (std::find(LOSSES.begin(), LOSSES.end(), line.type) != LOSSES.end()) {

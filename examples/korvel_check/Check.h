@@ -14,14 +14,15 @@
 namespace KorvelCheck {
 
 struct Limits {
-    /// A note for a line that comes later than this after the one before it; zero: never.
+    /// A line that comes later than this after the one before is noted; zero: never.
     std::chrono::milliseconds gap{std::chrono::hours(1)};
-    /// Entries of different threads can be in the log in another order than they were made.
+    /// How far times may go back. The order of entries of different threads in the log can differ
+    /// from the order of their times.
     std::chrono::milliseconds back{std::chrono::seconds(1)};
 };
 
-/// Checks files and staging directories one after the other. What a directory contains is one log,
-/// in the order of the names, and every other file is a log of its own.
+/// Checks files and staging directories one after the other. The files of a directory, in the order
+/// of their names, are one log. Every other file is a log of its own.
 class Check {
 public:
     Check(const Limits& limits, Report& report, CommandLine::Progress& progress)

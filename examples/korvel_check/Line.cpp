@@ -52,7 +52,7 @@ public:
         std::vector<std::string>& keys = open_.back();
         std::sort(keys.begin(), keys.end());
         const auto twice = std::adjacent_find(keys.begin(), keys.end());
-        if (twice != keys.end()) fail(Fault::DuplicateKey, json(*twice).dump(-1, ' ', true));
+        if (twice != keys.end()) fail(Kind::DuplicateKey, json(*twice).dump(-1, ' ', true));
         open_.pop_back();
         return true;
     }
@@ -87,23 +87,22 @@ private:
         return key == "timestamp" ? &line_.timestamp : nullptr;
     }
 
-    void fail(Fault fault, std::string detail) {
+    void fail(Kind fault, std::string detail) {
         line_.fault = fault;
         line_.detail = std::move(detail);
     }
 
     /// `position` is the number of bytes that the parser has read. The text of its exception is the
     /// only place that names the kind of the error.
-    Fault faultAt(std::size_t position, const nlohmann::detail::exception& error) const {
+    Kind faultAt(std::size_t position, const nlohmann::detail::exception& error) const {
         constexpr int OUT_OF_RANGE = 406;
         const std::string_view what = error.what();
         if (what.find("ill-formed UTF-8") != std::string_view::npos) {
             const bool isHalf = position >= 2 && text_.substr(position - 2, 1) == "\xED";
-            return isHalf ? Fault::LoneSurrogate : Fault::NotUtf8;
+            return isHalf ? Kind::LoneSurrogate : Kind::NotUtf8;
         }
-        if (what.find("surrogate U+") != std::string_view::npos) return Fault::LoneSurrogate;
-        return error.id == OUT_OF_RANGE || isNotFinite(position) ? Fault::NotFinite
-                                                                 : Fault::NotJson;
+        if (what.find("surrogate U+") != std::string_view::npos) return Kind::LoneSurrogate;
+        return error.id == OUT_OF_RANGE || isNotFinite(position) ? Kind::NotFinite : Kind::NotJson;
     }
 
     /// Whether the value that the parser was reading is what C and C++ write for such numbers.
@@ -131,14 +130,15 @@ private:
 
 Line readLine(const std::string& text) {
     // The parser takes a zero byte for the end, and skips a byte order mark.
-    if (text.find('\0') != std::string::npos) return {Fault::ZeroBytes, {}, {}, {}, {}};
-    if (text.rfind("\xEF\xBB\xBF", 0) == 0) return {Fault::NotJson, "byte order mark", {}, {}, {}};
+    if (text.find('\0') != std::string::npos) return {Kind::ZeroBytes, {}, {}, {}, {}};
+    if (text.rfind("\xEF\xBB\xBF", 0) == 0) return {Kind::NotJson, "byte order mark", {}, {}, {}};
     Reader reader(text);
     json::sax_parse(text, &reader);
     Line line = reader.take();
     const std::size_t first = text.find_first_not_of(" \t\r");
     const bool isObject = first != std::string::npos && text[first] == '{';
-    if (line.fault == Fault::None && !isObject) line.fault = Fault::NotAnEntry;
+    const bool isJson = line.fault.value_or(Kind::DuplicateKey) == Kind::DuplicateKey;
+    if (isJson && !isObject) return {Kind::NotAnEntry, {}, {}, {}, {}};
     return line;
 }
 

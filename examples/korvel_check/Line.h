@@ -2,25 +2,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Kind.h"
+
+#include <optional>
 #include <string>
 
 namespace KorvelCheck {
 
-/// What can be wrong with a line by itself.
-enum class Fault {
-    None,
-    NotJson,
-    ZeroBytes,
-    NotUtf8,
-    LoneSurrogate,
-    NotFinite,
-    DuplicateKey,
-    NotAnEntry
-};
-
-/// What a line says.
+/// The content of a line.
 struct Line {
-    Fault fault = Fault::None;
+    /// What is wrong with it, if anything.
+    std::optional<Kind> fault;
     /// Where or what the fault is, for people; can be empty.
     std::string detail;
     /// The texts at "message", "severity" and "timestamp"; empty if there are none.

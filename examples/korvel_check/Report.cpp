@@ -22,6 +22,7 @@ struct Words {
     const char* sentence;
 };
 
+/// By Kind.
 constexpr std::array<Words, 15> WORDS = {{
     {"not_json", "is not JSON"},
     {"zero_bytes", "contains zero bytes, as a loss of power leaves them"},
@@ -47,12 +48,6 @@ const Words& wordsOf(Kind kind) {
 bool isNote(Kind kind) {
     return kind >= Kind::Gap;
 }
-
-Kind kindOf(Fault fault) {
-    // Both lists begin with the same kinds; only Fault::None has none.
-    return static_cast<Kind>(static_cast<int>(fault) - 1);
-}
-static_assert(static_cast<int>(Fault::NotAnEntry) - 1 == static_cast<int>(Kind::NotAnEntry));
 
 std::string countText(std::uint64_t count, const std::string& noun, const std::string& plural) {
     return std::to_string(count) + ' ' + (count == 1 ? noun : plural);
@@ -88,10 +83,6 @@ void Report::add(Kind kind, const std::string& place, const std::string& detail)
     details_ << place << ' ' << wordsOf(kind).sentence;
     if (!detail.empty()) details_ << " (" << detail << ')';
     details_ << (count == SHOWN_OF_A_KIND ? ". More of these are only counted.\n" : ".\n");
-}
-
-void Report::addFault(const Line& line, const std::string& place) {
-    add(kindOf(line.fault), place, line.detail);
 }
 
 void Report::addEntry(const Line& line) {

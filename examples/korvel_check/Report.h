@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Kind.h"
 #include "Line.h"
 
 #include <cstdint>
@@ -11,33 +12,13 @@
 
 namespace KorvelCheck {
 
-/// What is reported. The kinds from Gap on are notes: a healthy log can contain them.
-enum class Kind {
-    NotJson,
-    ZeroBytes,
-    NotUtf8,
-    LoneSurrogate,
-    NotFinite,
-    DuplicateKey,
-    NotAnEntry,
-    TornLine,
-    TimeGoesBack,
-    InterruptedUpload,
-    Unreadable,
-    Gap,
-    EmptyFile,
-    OddTime,
-    Loss
-};
-
-/// Collects what is found, and prints the first cases of each kind at once.
+/// Collects the findings, and prints the first ones of each kind immediately.
 class Report {
 public:
     explicit Report(std::ostream& details) : details_(details) {}
 
     /// `place` is a file, or a file and a line; `detail` completes the sentence or is empty.
     void add(Kind kind, const std::string& place, const std::string& detail = "");
-    void addFault(const Line& line, const std::string& place);
     void addFile() { ++files_; }
     void addEntry(const Line& line);
     /// In the form of createIso8601String, which sorts by time.

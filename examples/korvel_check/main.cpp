@@ -14,7 +14,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -23,17 +22,13 @@
 namespace KorvelCheck {
 namespace {
 
-constexpr int STATUS_FINE = 0;
-constexpr int STATUS_FOUND = 1;
-constexpr int STATUS_WRONG_ARGUMENTS = 2;
-
 constexpr const char* DESCRIPTION =
     "Checks that every line of a log is strict JSON in UTF-8, and counts the entries by type and\n"
     "severity. Reports torn lines, times that go back, gaps, and what an interrupted upload has\n"
     "left. Changes nothing.";
 
 constexpr const char* FOOTER =
-    "Of a directory, the staging files (*.log) are checked, as one log. To read a compressed log,\n"
+    "In a directory, the staging files (*.log) are checked as one log. To check a compressed log,\n"
     "name the file /dev/stdin and pipe the output of zcat into it.\n"
     "\n"
     "Gaps, empty files, times in another form and reports of lost entries are only noted.\n"
@@ -78,7 +73,8 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     return arguments;
 }
 
-int check(const Arguments& arguments) {
+/// True if nothing is wrong.
+bool check(const Arguments& arguments) {
     Report report(arguments.isJson ? std::cerr : std::cout);
     {
         CommandLine::Progress progress(CommandLine::isErrorOutputTerminal());
@@ -90,25 +86,15 @@ int check(const Arguments& arguments) {
     } else {
         report.writeText(std::cout);
     }
-    return report.isFine() ? STATUS_FINE : STATUS_FOUND;
-}
-
-int runProgram(int argc, const char* const* argv) {
-    try {
-        const std::optional<Arguments> arguments = parseArguments(argc, argv);
-        return arguments ? check(*arguments) : STATUS_FINE;
-    } catch (const CommandLine::UsageError& error) {
-        std::cerr << "korvel-check: " << error.what() << "\nSee korvel-check --help.\n";
-        return STATUS_WRONG_ARGUMENTS;
-    } catch (const std::exception& error) {
-        std::cerr << "korvel-check: " << error.what() << '\n';
-        return STATUS_FOUND;
-    }
+    return report.isFine();
 }
 
 }  // namespace
 }  // namespace KorvelCheck
 
 int main(int argc, char** argv) {
-    return KorvelCheck::runProgram(argc, argv);
+    return CommandLine::runProgram("korvel-check", [argc, argv] {
+        const auto arguments = KorvelCheck::parseArguments(argc, argv);
+        return !arguments || KorvelCheck::check(*arguments);
+    });
 }

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // log_service [FILE]: a service that is easy to operate. It logs to FILE, or to standard output for
-// containers and systemd. SIGHUP makes it reopen FILE, SIGTERM and SIGINT end it, and a pipe that
-// closes does not. Once a second it logs what has become of the entries.
+// containers and systemd. SIGHUP makes it reopen FILE, and SIGTERM and SIGINT end it. It survives a
+// closed pipe. Once a second it logs the state of its log.
 
 #include <Korvel/Extras.h>
 
@@ -17,7 +17,7 @@ using namespace Korvel::Extras;
 
 namespace {
 
-/// Standard output can be a socket, under systemd for example, so it cannot be opened by its name.
+/// Standard output can be a socket, for example under systemd, which cannot be opened by name.
 class OutputLines : public Korvel::Sink {
 public:
     void append(const Korvel::Message& entry) override {
@@ -35,7 +35,7 @@ int waitForSignal(const sigset_t& signals) {
 }  // namespace
 
 int main(int count, char** arguments) try {
-    // Before the first thread, because threads inherit what is blocked.
+    // Before the first thread, because threads inherit the blocked signals.
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : {SIGHUP, SIGTERM, SIGINT}) sigaddset(&signals, number);

@@ -11,7 +11,7 @@ namespace LogglyUpload {
 
 using UploadCore::UploadReport;
 
-/// Where files go, and how long a request may take.
+/// The service, and the settings of the connection.
 struct UploadSettings {
     /// Without the part that starts with "/bulk". With http the token travels in clear text.
     std::string url = "https://logs-01.loggly.com";
@@ -22,10 +22,11 @@ struct UploadSettings {
     UploadCore::Connection connection;
 };
 
-/// Sends staging files to the bulk endpoint of the log service. Copy this header, its source and
-/// the sources that make `http_uploader` in upload_core into your program.
+/// Sends staging files to the bulk endpoint of the log service, as HttpUploader describes. Only the
+/// status 200 means that a file is delivered.
 ///
-/// HttpUploader describes how. Only the status 200 means that a file is delivered.
+/// Copy this header, its source, and the files of the target `http_uploader` in upload_core into
+/// your program.
 class LogglyUploader : public UploadCore::HttpUploader {
 public:
     explicit LogglyUploader(const UploadSettings& settings);

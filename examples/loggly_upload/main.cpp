@@ -6,10 +6,10 @@
 
 #include "Arguments.h"
 
-#include "upload_core/Program.h"
+#include "command_line/CommandLine.h"
 
 int main(int argc, char** argv) {
-    return UploadCore::runProgram("loggly_upload", [argc, argv] {
+    return CommandLine::runProgram("loggly_upload", [argc, argv] {
         const auto arguments = LogglyUpload::parseArguments(argc, argv);
         if (!arguments) return true;
         LogglyUpload::LogglyUploader uploader(arguments->upload);

@@ -20,8 +20,8 @@ using std::filesystem::path;
 
 constexpr milliseconds LONGEST_WAIT = std::chrono::minutes(1);
 
-/// Each wait is twice as long as the one before, up to a limit. Chance takes off up to a half, so
-/// that machines which lost the service at one time do not come back at one time.
+/// Each wait is twice as long as the one before, up to a limit, less a random part of up to a half,
+/// so that machines that lost the service together do not return together.
 class Waits {
 public:
     explicit Waits(milliseconds first) : next_(first) {}
@@ -42,8 +42,8 @@ std::string filesText(std::size_t count) {
     return std::to_string(count) + (count == 1 ? " file" : " files");
 }
 
-/// Like the upload run of a LogglySink: while the uploader has the file, its name ends in .log.tmp,
-/// and that is what remains if this process dies.
+/// Like the upload run of a LogglySink: while the uploader has the file, its name ends in .log.tmp.
+/// If this process dies, the file keeps that name.
 void offer(const path& file, const std::function<bool(const path&)>& upload) {
     const path taken = path(file) += ".tmp";
     if (std::filesystem::exists(std::filesystem::symlink_status(taken))) {
@@ -98,8 +98,8 @@ bool Draining::reportInterrupted() const {
     return false;
 }
 
-/// Offers every file once. The sum of `total` and what became of them; the files left and doubted
-/// are those of this run alone.
+/// Offers every file once. Adds the delivered and rejected files to those of `total`; the files
+/// left and doubted are those of this run alone.
 UploadReport Draining::runOnce(const UploadReport& total) const {
     const path& directory = settings_.directory;
     const auto upload = uploader_.callable();
@@ -114,7 +114,7 @@ UploadReport Draining::runOnce(const UploadReport& total) const {
     for (const auto& problem : report.problems) complain(problem);
     report.delivered += total.delivered;
     report.rejected += total.rejected;
-    // Some may not have reached the uploader.
+    // Includes files that have not reached the uploader.
     report.left = namesEndingIn(directory, ".log").size();
     return report;
 }

@@ -11,7 +11,7 @@
 
 namespace UploadCore {
 
-/// What to drain, and how patiently.
+/// The directory to drain, and how often to try.
 struct DrainSettings {
     /// For messages: the name of the program, and its option with the URL.
     std::string program;
@@ -21,9 +21,9 @@ struct DrainSettings {
     std::chrono::milliseconds firstWait = std::chrono::seconds(1);
 };
 
-/// Uploads what is ready in the directory, in as many runs as it takes and `settings` allow, and
-/// reports to the user. True if nothing is left, not even by an interrupted upload, and nothing was
-/// rejected. Throws if the directory cannot be used.
+/// Uploads the files that are ready in the directory, in as many runs as necessary and allowed by
+/// `settings`, and reports to the user. Returns true if nothing is left, not even by an interrupted
+/// upload, and nothing was rejected. Throws if the directory cannot be used.
 bool drain(HttpUploader& uploader, const DrainSettings& settings);
 
 }  // namespace UploadCore

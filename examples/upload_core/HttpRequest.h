@@ -15,7 +15,7 @@ struct CloseFile {
     void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 
-/// What a request sends: the next `left` bytes of `file`.
+/// The body of a request: the next `left` bytes of `file`.
 struct Body {
     std::unique_ptr<std::FILE, CloseFile> file;
     std::uint64_t left = 0;
@@ -24,8 +24,8 @@ struct Body {
 /// Throws if the code is an error.
 void requireDone(CURLcode code);
 
-/// One POST request on a connection of its own: on a kept one libcurl would repeat a request whose
-/// connection is lost, and deliver twice by itself.
+/// One POST request on a connection of its own. On a reused one, libcurl would repeat a request
+/// whose connection is lost, and could deliver twice.
 class HttpRequest {
 public:
     HttpRequest();
@@ -38,7 +38,7 @@ public:
     /// In the form "Name: value".
     void addHeader(const std::string& line);
 
-    /// The status of the answer; without one, throws an exception that says why.
+    /// Returns the status of the answer. If there is none, throws an exception that says why.
     long post(Body& body);
 
 private:

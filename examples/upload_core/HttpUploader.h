@@ -13,7 +13,7 @@
 
 namespace UploadCore {
 
-/// Whom to trust, and how long a request may take.
+/// The trusted certificates, and how long a request may take.
 struct Connection {
     /// Certificates in PEM form that are trusted instead of the system's. Empty: the system's.
     std::filesystem::path caFile;
@@ -22,7 +22,7 @@ struct Connection {
     std::chrono::milliseconds totalTimeout = std::chrono::seconds(60);
 };
 
-/// What a request looks like.
+/// The settings of a request.
 struct HttpSettings {
     /// Sent as it is, with its query, so it must be percent-encoded. With http everything travels
     /// in clear text.
@@ -36,22 +36,22 @@ struct HttpSettings {
     Connection connection;
 };
 
-/// What has become of the files that were offered.
+/// The results of the files that were offered.
 struct UploadReport {
     std::size_t delivered = 0;
     /// Files that a later run can deliver.
     std::size_t left = 0;
     /// Files that the service has rejected and that are now in the directory "rejected".
     std::size_t rejected = 0;
-    /// Files that the service has rejected before it accepted any. They are where they were.
+    /// Files that the service has rejected before it accepted any. They have not been moved.
     std::size_t doubted = 0;
-    /// A sentence for each file that was rejected or doubted, and for each that is left for a
-    /// reason of its own.
+    /// A sentence for each file that was rejected or doubted, or is left for a reason other than
+    /// `refusal`.
     std::vector<std::string> problems;
     /// True once the service has accepted a file.
     bool hasAccepted = false;
-    /// Not empty once the service has refused the token or the address: why, in a sentence. Nothing
-    /// is sent from then on, so the program should stop.
+    /// A sentence that says why, once the service has refused the token or the address; empty until
+    /// then. Nothing is sent after that, so the program should stop.
     std::string refusal;
 };
 
@@ -60,36 +60,36 @@ struct UploadReport {
 ///
 /// A file is one POST request with the file's bytes as the body, and the answer decides:
 /// - 200 to `lastSuccess`: the file is delivered.
-/// - 400 and 413: the service rejects the file, which moves into the directory "rejected" beside it
-///   and replaces nothing there. But a wrong URL can have the same answer for every file. So until
+/// - 400 and 413: the service rejects the file, which moves into the directory "rejected" next to
+///   it and replaces nothing there. But a wrong URL can give this answer to every file. So until
 ///   the service has accepted a file of this object, a rejected file stays for a later run.
 /// - 401, 403 and 404: the service refuses everything.
 /// - Any other answer, and none: the file stays for a later run.
 ///
 /// An empty file is delivered without a request. Certificates are checked, and redirects are not
 /// followed. A proxy is taken from the environment, as libcurl does by default. A file is read in
-/// pieces, so its size takes no memory. An encoded body is first written to a temporary file,
-/// because not every service takes a body of unknown length.
+/// pieces, so a large file takes no more memory. An encoded body is first written to a temporary
+/// file, because not every service takes a body of unknown length.
 ///
-/// Neither the URL nor a header appears in any text that comes out of here.
+/// No text that this class returns or throws contains the URL or a header.
 ///
-/// What is not promised. HTTP has no key that identifies a repeated request. If a reply is lost on
-/// the way, the whole file arrives a second time.
+/// Not promised: HTTP has no key that identifies a repeated request. If a reply is lost on the way,
+/// the whole file arrives a second time.
 ///
 /// Errors: the constructor throws `std::invalid_argument` with a sentence for the user.
 ///
-/// Threads: one HttpUploader and its callables from any thread. Requests do not wait for one
-/// another.
+/// Threads: an HttpUploader and its callables may be used from any thread. Requests do not wait for
+/// one another.
 class HttpUploader {
 public:
     explicit HttpUploader(const HttpSettings& settings);
 
-    /// For LogglySink::setUploadFile and LogglySink::directUploadLogEntry. Never throws. Shares
-    /// what it needs, so it may outlive this object.
+    /// For LogglySink::setUploadFile and LogglySink::directUploadLogEntry. Never throws, and may
+    /// outlive this object.
     std::function<bool(const std::filesystem::path&)> callable() const;
 
-    /// The counts and problems since the last call, and hasAccepted and the refusal for good. After
-    /// LogglySink::waitForUpload it covers the whole run.
+    /// Returns the counts and problems since the last call; hasAccepted and the refusal are never
+    /// reset. After LogglySink::waitForUpload the report covers the whole run.
     UploadReport takeReport();
 
 private:

@@ -8,20 +8,13 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <exception>
 #include <fstream>
-#include <iostream>
-#include <stdexcept>
 #include <system_error>
 
 namespace UploadCore {
 namespace {
 
 using CommandLine::UsageError;
-
-constexpr int STATUS_DONE = 0;
-constexpr int STATUS_NOT_DELIVERED = 1;
-constexpr int STATUS_WRONG_ARGUMENTS = 2;
 
 constexpr std::uint64_t MAX_TIMEOUT = 3600;
 constexpr std::uint64_t MAX_ATTEMPTS = 1000;
@@ -77,18 +70,6 @@ std::string tokenOfFile(const std::string& file) {
     }
     if (!token.empty() && token.back() == '\r') token.pop_back();
     return token;
-}
-
-int runProgram(const std::string& name, const std::function<bool()>& program) {
-    try {
-        return program() ? STATUS_DONE : STATUS_NOT_DELIVERED;
-    } catch (const std::invalid_argument& error) {
-        std::cerr << name << ": " << error.what() << "\nSee " << name << " --help.\n";
-        return STATUS_WRONG_ARGUMENTS;
-    } catch (const std::exception& error) {
-        std::cerr << name << ": " << error.what() << '\n';
-        return STATUS_NOT_DELIVERED;
-    }
 }
 
 }  // namespace UploadCore

@@ -4,14 +4,13 @@
 
 #include "Drain.h"
 
-#include <functional>
 #include <string>
 
 namespace CLI {
 class App;
 }
 
-/// What the command lines of the uploading programs have in common.
+/// The common parts of the command lines of the uploading programs.
 namespace UploadCore {
 
 constexpr const char* DESCRIPTION =
@@ -21,12 +20,12 @@ constexpr const char* DESCRIPTION =
 
 constexpr const char* EXIT_STATUS =
     "Exit status: 0 when everything is delivered or nothing was ready; 1 when files are left or\n"
-    "rejected, or an interrupted upload has left a file in .log.tmp; 2 when the arguments are\n"
-    "wrong.";
+    "rejected, or an interrupted upload has left a file that ends in .log.tmp; 2 when the\n"
+    "arguments are wrong.";
 
 void addDirectory(CLI::App& app, DrainSettings& settings);
 
-/// The attempts and what concerns the connection.
+/// The options for the attempts and the connection.
 class CommonOptions {
 public:
     void addConnection(CLI::App& app, Connection& connection);
@@ -43,9 +42,5 @@ private:
 
 /// The first line of the file. Throws `CommandLine::UsageError` if there is none.
 std::string tokenOfFile(const std::string& file);
-
-/// Runs the program, which returns true if it has nothing left to deliver, and returns the exit
-/// status. Reports exceptions.
-int runProgram(const std::string& name, const std::function<bool()>& program);
 
 }  // namespace UploadCore

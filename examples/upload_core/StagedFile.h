@@ -9,8 +9,8 @@ namespace UploadCore {
 /// The name that the file had before the upload run took it.
 std::filesystem::path stagedName(const std::filesystem::path& file);
 
-/// Moves the file into "rejected" beside it, where it replaces nothing, and returns where it is
-/// now. Throws `std::filesystem::filesystem_error`.
+/// Moves the file into "rejected" next to it, where it replaces nothing, and returns its new path.
+/// Throws `std::filesystem::filesystem_error`.
 std::filesystem::path moveAside(const std::filesystem::path& file);
 
 }  // namespace UploadCore

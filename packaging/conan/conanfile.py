@@ -50,8 +50,8 @@ class KorvelRecipe(ConanFile):
         CMake(self).install()
         copy(self, "MIT.txt", os.path.join(self.source_folder, "LICENSES"),
              os.path.join(self.package_folder, "licenses"))
-        for generated in (("lib", "cmake"), ("lib", "pkgconfig"), ("share", "gdb")):
-            rmdir(self, os.path.join(self.package_folder, *generated))
+        for unwanted in ("lib/cmake", "lib/pkgconfig", "share/doc", "share/gdb"):
+            rmdir(self, os.path.join(self.package_folder, unwanted))
 
     def package_info(self):
         self.cpp_info.set_property("cmake_file_name", "Korvel")

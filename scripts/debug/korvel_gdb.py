@@ -1,13 +1,13 @@
 # SPDX-FileCopyrightText: 2026 The Korvel authors
 # SPDX-License-Identifier: MIT
 
-"""Shows a Korvel::Message in gdb as the value that it is, also from a core file.
+"""Shows the value of a Korvel::Message in gdb, also from a core file.
 
-The installed library brings this along, and gdb loads it on its own. For a static library:
+It is installed with the shared library, and gdb loads it automatically. For a static library:
     (gdb) source korvel_gdb.py
 
-It reads memory only, and needs no debug information but that of the program: the layouts of the nodes
-are those of src/message in the same version, for 64-bit programs with libstdc++.
+It only reads memory, and needs only the debug information of the program: it knows the layouts of the
+nodes in src/message of the same version, for 64-bit programs with libstdc++.
 """
 
 import json
@@ -30,7 +30,7 @@ def number(address, size=8):
 
 
 def text(address, size, unit, encoding):
-    """A text in memory, of which gdb shows as much as `set print elements` says."""
+    """A text in memory. gdb shows as much of it as `set print elements` allows."""
     pointer = gdb.Value(address).cast(gdb.lookup_type(unit).pointer())
     return pointer.lazy_string(encoding, length=size)
 
@@ -148,7 +148,7 @@ def printer_of(message):
 
 
 def guarded(message):
-    """A Message that was not yet constructed, or is destroyed, can point anywhere."""
+    """A Message that is not yet constructed, or is destroyed, can point anywhere."""
     if message.type.code in (gdb.TYPE_CODE_REF, gdb.TYPE_CODE_RVALUE_REF):
         message = message.referenced_value()
     try:

@@ -44,7 +44,7 @@ DAMAGE = [
     (b'{"a":"\xed\xb0\x80"}\n', "lone_surrogate", HALF + " (byte 8)."),
     (b'{"a":"\\ud800"}\n', "lone_surrogate", HALF + " (byte 13)."),
     (b'{"a":{}}\0\0\n', "zero_bytes", "2 contains zero bytes, as a loss of power leaves them."),
-    (b"[1]\n", "not_an_entry", "2 is JSON, but not an object."),
+    (b'[{"b":1,"b":2}]\n', "not_an_entry", "2 is JSON, but not an object."),
     (b'{"a":', "torn_line", "2 is torn: the file ends without a line end (5 bytes)."),
     (b'{"a":[{"b":1,"b":2}]}\n', "duplicate_key", '2 contains a key twice ("b").'),
 ]
@@ -82,14 +82,14 @@ def check_staging(directory):
     staging.mkdir()
     contents = {"1_0.log": real_line(directory, 0) + b"\n", "2_0.log": b"",
                 "3_0.log": real_line(directory, 7_200_500) + b"\n"
-                           b'{"message":"EntriesDropped","dropped":3,"timestamp":"12:00"}\n',
+                           b'{"message":"EntriesDropped","dropped":3,"timestamp":"2026-11-18T-1:59:60.000Z"}\n',
                 "4_0.log.tmp": b"{}\n", "other": b"not a log"}
     for name, content in contents.items():
         (staging / name).write_bytes(content)
     assert run("staging", directory=directory, status=1)[0] == """\
 staging/2_0.log is empty.
 staging/3_0.log:1 comes long after the line before (7200.5 s).
-staging/3_0.log:2 has a "timestamp" that is not like 2026-11-18T21:16:42.123Z (12:00).
+staging/3_0.log:2 has a "timestamp" that is not like 2026-11-18T21:16:42.123Z (2026-11-18T-1:59:60.000Z).
 staging/3_0.log:2 reports that entries were lost or cut (EntriesDropped).
 staging/4_0.log.tmp belongs to an upload that is running or was interrupted \
 (rename it to .log to send it, perhaps a second time, or delete it).

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The Korvel authors
 # SPDX-License-Identifier: MIT
 
-# An overlay port: it builds the sources that it lies in.
+# An overlay port: it builds the source tree that contains it.
 get_filename_component(SOURCE_PATH "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
 
 vcpkg_cmake_configure(
@@ -14,8 +14,8 @@ vcpkg_cmake_config_fixup(PACKAGE_NAME Korvel CONFIG_PATH lib/cmake/Korvel)
 vcpkg_fixup_pkgconfig()
 vcpkg_copy_pdbs()
 file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/debug/include" "${CURRENT_PACKAGES_DIR}/debug/share")
-# The path of the script for gdb names the directory of the library, which a package must not do, and
-# the rest is for Debian.
+# The path of the gdb script contains the absolute directory of the library, which a package must not
+# do. share/doc is for the Debian packages.
 file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/share/gdb" "${CURRENT_PACKAGES_DIR}/share/doc")
 
 file(INSTALL "${CMAKE_CURRENT_LIST_DIR}/usage" DESTINATION "${CURRENT_PACKAGES_DIR}/share/${PORT}")
