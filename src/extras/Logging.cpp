@@ -132,13 +132,13 @@ MonitorSnapshot LoggingState::snapshot() const {
 void LoggingState::install(const LoggingOptions& options, LoggingBuilder::NamedSink& sink) {
     std::shared_ptr<Sink> outer = std::move(sink.sink);
     if (options.isWellFormed) outer = std::make_shared<WellFormedSink>(outer, options.wellFormed);
+    std::shared_ptr<GuardedSink> guard;
     if (options.isGuarded) {
         GuardedSinkOptions guardOptions = options.guard;
         guardOptions.name = sink.name;
-        const auto guard = std::make_shared<GuardedSink>(outer, std::move(guardOptions));
-        countFailures(failed_[sink.name], guard, std::move(sink.dropped));
-        outer = guard;
+        outer = guard = std::make_shared<GuardedSink>(outer, std::move(guardOptions));
     }
+    if (guard || sink.dropped) countFailures(failed_[sink.name], guard, std::move(sink.dropped));
     parts_->handler->installSink(outer);
     parts_->sinks.push_back(std::move(outer));
 }

@@ -115,6 +115,18 @@ TEST(Logging, EntryHasItsLocationIfAsked) {
 
 #ifndef _WIN32
 
+TEST(Logging, EntriesThatAFileDropsAreFailuresAlsoWithoutAGuard) {
+    for (const bool isGuarded : {true, false}) {
+        LoggingOptions options = plainOptions();
+        options.isGuarded = isGuarded;
+        const auto file = std::make_shared<ReopeningFileSink>("/dev/full");
+        const auto logging = LoggingBuilder(options).sink("full", file).start();
+        logging.logger().info("Lost");
+        logging.logger().flush();
+        EXPECT_EQ(logging.snapshot().failed.at("full"), 1U);
+    }
+}
+
 TEST(Logging, StuckFileDelaysNeitherSnapshotNorEndAndLaterEntriesAreRefused) {
     const TemporaryDirectory directory;
     const std::string path = directory.path / "pipe";

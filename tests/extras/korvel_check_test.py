@@ -64,6 +64,10 @@ def check_damage(directory):
 
 def check_real_log(directory):
     """Rotated files, and a pipe, which has no size."""
+    entry = json.loads(real_line(directory, 0))
+    assert entry == {"message": "JobDone", "severity": "info", "job": 20, "sum": 210, "median": 11,
+                     "customer": "Zoë & Söhne", "timestamp": "2026-11-18T00:00:00.000Z",
+                     "thread": entry["thread"], "elapsed_ms": entry["elapsed_ms"]}, entry
     files = sorted(directory.glob("jobs.jsonl*"), reverse=True)
     text = b"".join(file.read_bytes() for file in files)
     outputs = [run("--json", *files, directory=directory, status=0),

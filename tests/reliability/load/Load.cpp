@@ -8,12 +8,10 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cmath>
 #include <iostream>
 
 using namespace Korvel::Extras;
-using Clock = std::chrono::steady_clock;
 
 /// The numbers of the command line.
 static std::vector<double> sizes;
@@ -42,32 +40,6 @@ TEST(Load, ExitDeliversWhatWasAcceptedBefore) {
         EXPECT_NE(lines.find('\n', lines.find(R"("Exit")")), std::string::npos);
     }
     std::cout << sizes[0] << " exits, all accepted entries in the file\n";
-}
-
-TEST(Load, EveryEntryWakesTheWorker) {
-    Clock::time_point sent;
-    std::vector<double> delays;
-    std::atomic<int> arrived = 0;
-    SinkHandler handler;
-    handler.installSink(std::make_shared<LambdaSink>([&](const Message&) {
-        delays.push_back(std::chrono::duration<double, std::milli>(Clock::now() - sent).count());
-        ++arrived;
-        arrived.notify_one();
-    }));
-    std::minstd_rand random;
-    for (int i = 0; i < sizes[0]; ++i) {
-        // The worker falls asleep about 0.15 ms after a delivery.
-        const auto moment = Clock::now() + std::chrono::microseconds(random() % 400);
-        while (Clock::now() < moment) continue;
-        sent = Clock::now();
-        handler.log("T", {});
-        arrived.wait(i);
-    }
-    std::sort(delays.begin(), delays.end());
-    const auto late = delays.end() - std::upper_bound(delays.begin(), delays.end(), sizes[1]);
-    EXPECT_LE(late, sizes[2]) << "arrived after more than " << sizes[1] << " ms";
-    std::cout << sizes[0] << " entries: p50 " << delays[delays.size() / 2] << " ms, p99 "
-              << delays[delays.size() * 99 / 100] << " ms, max " << delays.back() << " ms\n";
 }
 
 static double residentMiB() {

@@ -281,18 +281,14 @@ class RulesTest(UploadTest):
     def test_connection_that_breaks_leaves_the_file(self):
         self.put({"1.log": b"entry\n" * 500_000})
         before = self.staged()
-        with service(DROP_BEFORE_BODY, DROP_AFTER_BODY, 200) as server:
+        with service(DROP_BEFORE_BODY, DROP_AFTER_BODY) as server:
             for _ in range(2):
                 self.upload(server.url, *ONCE, status=1)
                 self.assertEqual(self.staged(), before)
-            self.upload(server.url, *ONCE)
-        self.upload(server.url)
-        self.assertEqual(server.requests[2].body, before["1.log"])
         # A server without an answer to it would hold up every body of this size.
-        self.assertNotIn("Expect", server.requests[2].headers)
-        self.put(ONE)
+        self.assertNotIn("Expect", server.requests[1].headers)
         self.upload(server.url, *TWICE, status=1)
-        self.assertEqual(self.staged(), ONE)
+        self.assertEqual(self.staged(), before)
 
     def test_file_that_cannot_be_read_is_left(self):
         self.stage.joinpath("1.log").symlink_to("nowhere")
