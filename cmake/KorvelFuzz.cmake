@@ -16,10 +16,14 @@ foreach(name Sinks Conversions Staging)
     # The coverage of test code would take most of the time.
     target_compile_options(fuzz_${case} PRIVATE -fno-sanitize=fuzzer-no-link)
     target_link_options(fuzz_${case} PRIVATE -fsanitize=fuzzer)
-    set(found "${PROJECT_BINARY_DIR}/corpus/${case}")
-    file(MAKE_DIRECTORY "${found}")
-    add_test(NAME fuzz.${case} COMMAND fuzz_${case}
-        ${KORVEL_FUZZ} -entropic=0 -max_len=64 "${found}" "${folder}/corpus/${case}")
-    set_tests_properties(fuzz.${case} PROPERTIES LABELS reliability TIMEOUT 1500
-        ENVIRONMENT ASAN_OPTIONS=malloc_context_size=1:quarantine_size_mb=2:max_malloc_fill_size=0)
+    # Two processes search from different seeds.
+    foreach(process 1 2)
+        set(found "${PROJECT_BINARY_DIR}/corpus/${case}.${process}")
+        file(MAKE_DIRECTORY "${found}")
+        add_test(NAME fuzz.${case}.${process} COMMAND fuzz_${case}
+            ${KORVEL_FUZZ} -entropic=0 -max_len=64 "${found}" "${folder}/corpus/${case}")
+        set_tests_properties(fuzz.${case}.${process} PROPERTIES LABELS reliability TIMEOUT 1500
+            ENVIRONMENT
+            ASAN_OPTIONS=malloc_context_size=1:quarantine_size_mb=2:max_malloc_fill_size=0)
+    endforeach()
 endforeach()
