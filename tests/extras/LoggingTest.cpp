@@ -8,6 +8,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <atomic>
+
 #ifndef _WIN32
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -99,6 +101,27 @@ TEST(Logging, EndTellsWhatWasRefusedAndLaterEntriesAreRefusedToo) {
                          "\n");
     // The sinks are released, though the copy of the logger lives.
     EXPECT_EQ(holding.use_count(), 1);
+}
+
+TEST(Logging, EndDeliversAllThatOtherThreadsCouldStillLog) {
+    LoggingOptions options = plainOptions();
+    options.ceiling.reset();
+    for (int round = 0; round < 20; ++round) {
+        std::uint64_t delivered = 0;
+        std::atomic<std::uint64_t> accepted = 0;
+        const auto count = std::make_shared<LambdaSink>([&](const Message&) { ++delivered; });
+        std::vector<JoiningThread> threads;
+        std::optional<Logging> logging(LoggingBuilder(options).sink("count", count).start());
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([log = logging->logger(), &accepted] {
+                while (log.info("Entry")) ++accepted;
+            });
+        }
+        while (accepted < 100) std::this_thread::yield();
+        logging.reset();
+        threads.clear();
+        EXPECT_EQ(delivered, accepted);
+    }
 }
 
 TEST(Logging, EntryHasItsLocationIfAsked) {

@@ -89,7 +89,7 @@ TEST(JsonWriter, EveryCodeUnitIsEscapedAsAnotherWriterDoesIt) {
 
 TEST(JsonWriter, TextOfAnyLengthIsWhatAnotherWriterMakesOfIt) {
     const std::string parts[] = {"a",        "plain text",   "\"",
-                                 "\\",       "\n\x01",       "\x7F",
+                                 "\\",       "\n\x1F",       "\x7F",
                                  "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80",
                                  "/"};
     std::mt19937 random(20261123);

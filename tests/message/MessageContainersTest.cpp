@@ -108,9 +108,11 @@ TEST(MessageContainers, ALiteralIsTheKeyThatItSpells) {
     escaped[0]["\""];
     escaped[1][L"a\\"];
     escaped[2]["\x1F"];
-    escaped[3][L"\u00E9"] = escaped[3]["\xC3\xA9"];
+    // Their low bytes are letters.
+    escaped[3][L"\u0161\u8061wx"] = escaped[3]["\xC5\xA1\xE8\x81\xA1wx"];
     EXPECT_EQ(Message(std::vector<Message>(escaped, escaped + 4)).toJson(false, ""),
-              "[{\"\\\"\":null},{\"a\\\\\":null},{\"\\u001f\":null},{\"\xC3\xA9\":null}]");
+              "[{\"\\\"\":null},{\"a\\\\\":null},{\"\\u001f\":null},"
+              "{\"\xC5\xA1\xE8\x81\xA1wx\":null}]");
 }
 
 #ifndef _WIN32
