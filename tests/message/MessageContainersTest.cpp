@@ -99,11 +99,13 @@ TEST(MessageContainers, ALiteralIsTheKeyThatItSpells) {
     message["a"] = message[cut] = 1;
     EXPECT_EQ(message[L"a"].getInteger(), 1);
     message[L"1234567"] = message["12345678"] = message[L"123456789"] = 2;
+    message["1234567890"] = 2;
     message["fifteen letters"] = message[L"sixteen letters!"] = 3;
     message["\x7F"] = message[L"~ "] = 4;
-    EXPECT_EQ(message.toJson(false, ""),
-              R"({"":0,"1234567":2,"12345678":2,"123456789":2,"a":1,"fifteen letters":3,"nul":1,)"
-              "\"sixteen letters!\":3,\"~ \":4,\"\x7F\":4}");
+    EXPECT_EQ(
+        message.toJson(false, ""),
+        R"({"":0,"1234567":2,"12345678":2,"123456789":2,"1234567890":2,"a":1,"fifteen letters":3,"nul":1,)"
+        "\"sixteen letters!\":3,\"~ \":4,\"\x7F\":4}");
     Message escaped[4];
     escaped[0]["\""];
     escaped[1][L"a\\"];
